@@ -29,6 +29,8 @@ Exception::Exception(std::string const& message_, char const* sourceFile, unsign
 
 Exception::~Exception() = default;
 
-char const* Exception::what() const noexcept { return message.c_str(); }
+char const* Exception::what() const noexcept {
+  return message.c_str();
+}
 
 }  // namespace nolardsp

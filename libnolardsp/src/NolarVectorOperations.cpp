@@ -22,8 +22,9 @@ int compareImagDecreasing(void const* a, void const* b) {
 
 // Constant-initialised, so it is valid before any constructor of the program runs.
 #define NOLAR_ONES8 1, 1, 1, 1, 1, 1, 1, 1
-#define NOLAR_ONES64 \
-  NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8
+#define NOLAR_ONES64                                                                         \
+  NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, NOLAR_ONES8, \
+      NOLAR_ONES8
 #define NOLAR_ONES256 NOLAR_ONES64, NOLAR_ONES64, NOLAR_ONES64, NOLAR_ONES64
 short const allActiveInputs[MaxChannels] = {NOLAR_ONES256, NOLAR_ONES256, NOLAR_ONES256,
                                             NOLAR_ONES256};

@@ -19,7 +19,9 @@ inline void Fill(float* __restrict d, float v, unsigned long n) {
   for (unsigned long i = 0; i < n; ++i) d[i] = v;
 }
 
-inline void Copy(float* __restrict d, float v, unsigned long n) { Fill(d, v, n); }
+inline void Copy(float* __restrict d, float v, unsigned long n) {
+  Fill(d, v, n);
+}
 
 inline void Copy(float* __restrict d, float const* __restrict s, unsigned long n) {
   if (n > 0) std::memcpy(d, s, n * sizeof(float));

@@ -14,21 +14,36 @@ namespace {
 // Canonical names first in each row; "null" is not in the map.
 std::map<std::string, Pan::Type> const& panTypeMap() {
   static std::map<std::string, Pan::Type> const map = {
-      {"binaural", Pan::Binaural}, {"xy", Pan::XY},
-      {"ms", Pan::MS},             {"ab", Pan::AB},
-      {"surround", Pan::Surround}, {"panr", Pan::Panr},
-      {"angular", Pan::Angular},   {"vbap2d", Pan::Vbap2D},
-      {"vbap", Pan::Vbap},         {"vbap3d", Pan::Vbap},
-      {"vbip", Pan::Vbip},         {"vbip3d", Pan::Vbip},
-      {"dbap", Pan::Dbap},         {"dbap2d", Pan::Dbap},
-      {"dbap3d", Pan::Dbap3D},     {"bformat", Pan::BFormat},
-      {"hoa2d", Pan::HOA2D},       {"hoa2D", Pan::HOA2D},
-      {"hoa3d", Pan::HOA3D},       {"hoa3D", Pan::HOA3D},
-      {"hoa", Pan::HOA3D},         {"ambisonic", Pan::HOA3D},
-      {"vdbap", Pan::VDbap},       {"nfchoa2d", Pan::NFCHOA2D},
-      {"nfchoa2D", Pan::NFCHOA2D}, {"nfchoa3d", Pan::NFCHOA3D},
-      {"nfchoa3D", Pan::NFCHOA3D}, {"nfchoa", Pan::NFCHOA3D},
-      {"subwoofers", Pan::Subwoofers}, {"subwoofer", Pan::Subwoofers},
+      {"binaural", Pan::Binaural},
+      {"xy", Pan::XY},
+      {"ms", Pan::MS},
+      {"ab", Pan::AB},
+      {"surround", Pan::Surround},
+      {"panr", Pan::Panr},
+      {"angular", Pan::Angular},
+      {"vbap2d", Pan::Vbap2D},
+      {"vbap", Pan::Vbap},
+      {"vbap3d", Pan::Vbap},
+      {"vbip", Pan::Vbip},
+      {"vbip3d", Pan::Vbip},
+      {"dbap", Pan::Dbap},
+      {"dbap2d", Pan::Dbap},
+      {"dbap3d", Pan::Dbap3D},
+      {"bformat", Pan::BFormat},
+      {"hoa2d", Pan::HOA2D},
+      {"hoa2D", Pan::HOA2D},
+      {"hoa3d", Pan::HOA3D},
+      {"hoa3D", Pan::HOA3D},
+      {"hoa", Pan::HOA3D},
+      {"ambisonic", Pan::HOA3D},
+      {"vdbap", Pan::VDbap},
+      {"nfchoa2d", Pan::NFCHOA2D},
+      {"nfchoa2D", Pan::NFCHOA2D},
+      {"nfchoa3d", Pan::NFCHOA3D},
+      {"nfchoa3D", Pan::NFCHOA3D},
+      {"nfchoa", Pan::NFCHOA3D},
+      {"subwoofers", Pan::Subwoofers},
+      {"subwoofer", Pan::Subwoofers},
       {"lfe", Pan::Subwoofers},
   };
   return map;
@@ -59,16 +74,20 @@ std::map<std::string, Pan::SpreadingMode> const& spreadTypeMap() {
   return map;
 }
 
-char const* const typeNames[] = {"binaural", "xy",       "ms",       "ab",       "surround",
-                                 "panr",     "angular",  "vbap2d",   "vbap",     "vbip",
-                                 "dbap",     "dbap3d",   "bformat",  "hoa2d",    "hoa3d",
+char const* const typeNames[] = {"binaural", "xy",       "ms",       "ab",         "surround",
+                                 "panr",     "angular",  "vbap2d",   "vbap",       "vbip",
+                                 "dbap",     "dbap3d",   "bformat",  "hoa2d",      "hoa3d",
                                  "vdbap",    "nfchoa2d", "nfchoa3d", "subwoofers", "null"};
 
-Pan* nullPanning() { return new NullPanning(); }
+Pan* nullPanning() {
+  return new NullPanning();
+}
 
 // The methods whose classes are not part of this build yet. Each answers as a
 // method whose construction failed does: with a NullPanning.
-Pan* notBuiltYet(unsigned int, unsigned int) { return nullPanning(); }
+Pan* notBuiltYet(unsigned int, unsigned int) {
+  return nullPanning();
+}
 
 // Every method the system knows, by class. This is the one place where a new
 // panner class is wired in: replace its notBuiltYet by ItsClass::Create.
@@ -80,8 +99,10 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
   }
   if (type == Pan::Binaural) {
     switch (subtype) {
-      case Pan::Early: return notBuiltYet(numInputs, numOutputs);      // BinauralPanningITD
-      case Pan::Nearfield: return notBuiltYet(numInputs, numOutputs);  // BinauralPanningNearfield
+      case Pan::Early:
+        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningITD
+      case Pan::Nearfield:
+        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningNearfield
       case Pan::SphericalHarmonics:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHarmonics
       case Pan::SphericalHeadModel:
@@ -90,27 +111,45 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSnowmanModel
       case Pan::Continuous:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningContinuous
-      default: return notBuiltYet(numInputs, numOutputs);  // BinauralPanningDirect
+      default:
+        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningDirect
     }
   }
   switch (type) {
-    case Pan::XY: return notBuiltYet(numInputs, numOutputs);          // StereoXYPanning
-    case Pan::MS: return notBuiltYet(numInputs, numOutputs);          // StereoMSPanning
-    case Pan::AB: return notBuiltYet(numInputs, numOutputs);          // StereoABPanning
-    case Pan::Surround: return notBuiltYet(numInputs, numOutputs);    // SurroundPanning
-    case Pan::Panr: return notBuiltYet(numInputs, numOutputs);        // RecursivePanning
-    case Pan::Angular: return notBuiltYet(numInputs, numOutputs);     // AngularPanning
-    case Pan::Vbap2D: return notBuiltYet(numInputs, numOutputs);      // Vbap2DPanning
-    case Pan::Dbap: return notBuiltYet(numInputs, numOutputs);        // DbapPanning2D
-    case Pan::Dbap3D: return notBuiltYet(numInputs, numOutputs);      // DbapPanning3D
-    case Pan::BFormat: return notBuiltYet(numInputs, numOutputs);     // AmbisonicPanning
-    case Pan::HOA2D: return notBuiltYet(numInputs, numOutputs);       // HOA2DPanning
-    case Pan::HOA3D: return notBuiltYet(numInputs, numOutputs);       // HOA3DPanning
-    case Pan::VDbap: return notBuiltYet(numInputs, numOutputs);       // VDbapPanning
-    case Pan::NFCHOA2D: return notBuiltYet(numInputs, numOutputs);    // NFCHOAPanning2D
-    case Pan::NFCHOA3D: return notBuiltYet(numInputs, numOutputs);    // NFCHOAPanning3D
-    case Pan::Subwoofers: return notBuiltYet(numInputs, numOutputs);  // SubwoofersPanning
-    default: return nullPanning();
+    case Pan::XY:
+      return notBuiltYet(numInputs, numOutputs);  // StereoXYPanning
+    case Pan::MS:
+      return notBuiltYet(numInputs, numOutputs);  // StereoMSPanning
+    case Pan::AB:
+      return notBuiltYet(numInputs, numOutputs);  // StereoABPanning
+    case Pan::Surround:
+      return notBuiltYet(numInputs, numOutputs);  // SurroundPanning
+    case Pan::Panr:
+      return notBuiltYet(numInputs, numOutputs);  // RecursivePanning
+    case Pan::Angular:
+      return notBuiltYet(numInputs, numOutputs);  // AngularPanning
+    case Pan::Vbap2D:
+      return notBuiltYet(numInputs, numOutputs);  // Vbap2DPanning
+    case Pan::Dbap:
+      return notBuiltYet(numInputs, numOutputs);  // DbapPanning2D
+    case Pan::Dbap3D:
+      return notBuiltYet(numInputs, numOutputs);  // DbapPanning3D
+    case Pan::BFormat:
+      return notBuiltYet(numInputs, numOutputs);  // AmbisonicPanning
+    case Pan::HOA2D:
+      return notBuiltYet(numInputs, numOutputs);  // HOA2DPanning
+    case Pan::HOA3D:
+      return notBuiltYet(numInputs, numOutputs);  // HOA3DPanning
+    case Pan::VDbap:
+      return notBuiltYet(numInputs, numOutputs);  // VDbapPanning
+    case Pan::NFCHOA2D:
+      return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning2D
+    case Pan::NFCHOA3D:
+      return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning3D
+    case Pan::Subwoofers:
+      return notBuiltYet(numInputs, numOutputs);  // SubwoofersPanning
+    default:
+      return nullPanning();
   }
 }
 

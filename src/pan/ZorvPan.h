@@ -97,8 +97,7 @@ class Pan : public nolardsp::SignalProcessing {
   // Builds the panner for a method and channel counts. Never returns null: a
   // method that does not exist, a channel count it cannot serve or a
   // construction that failed all give a NullPanning.
-  static Pan* Factory(unsigned int numInputs, unsigned int numOutputs, Type type,
-                      SubType subtype);
+  static Pan* Factory(unsigned int numInputs, unsigned int numOutputs, Type type, SubType subtype);
   // An unknown type name is "null"; an unknown subtype name is "direct".
   static Pan* Factory(unsigned int numInputs, unsigned int numOutputs, char const* type,
                       char const* subtype);

@@ -80,15 +80,24 @@ CartesianVector const* Speakers::cube() {
 
 CartesianVector const* Speakers::GetDefaultForChannels(unsigned int numChannels) {
   switch (numChannels) {
-    case 1: return mono();
-    case 2: return stereo();
-    case 3: return lrs();
-    case 4: return quadri();
-    case 5: return fiveDotOne();
-    case 6: return hexa();
-    case 7: return sevenDotOne();
-    case 8: return octo();
-    default: return nullptr;
+    case 1:
+      return mono();
+    case 2:
+      return stereo();
+    case 3:
+      return lrs();
+    case 4:
+      return quadri();
+    case 5:
+      return fiveDotOne();
+    case 6:
+      return hexa();
+    case 7:
+      return sevenDotOne();
+    case 8:
+      return octo();
+    default:
+      return nullptr;
   }
 }
 

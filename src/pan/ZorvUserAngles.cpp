@@ -16,7 +16,9 @@ float reduce(float value, float period) {
 }
 }  // namespace
 
-float WrapDegrees360(float degrees) { return reduce(degrees, 360.f); }
+float WrapDegrees360(float degrees) {
+  return reduce(degrees, 360.f);
+}
 
 float WrapRadians(float radians) {
   return reduce(radians + 3.1415927f, 6.2831855f) - 3.1415927f;

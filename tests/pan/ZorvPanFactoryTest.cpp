@@ -12,7 +12,9 @@ namespace {
 using Zorv::NullPanning;
 using Zorv::Pan;
 
-bool isNull(Pan* p) { return dynamic_cast<NullPanning*>(p) != nullptr; }
+bool isNull(Pan* p) {
+  return dynamic_cast<NullPanning*>(p) != nullptr;
+}
 
 TEST(PanFactory, NeverReturnsNullForAnyNamePair) {
   char const* types[] = {"binaural", "xy", "vbap", "hoa", "foo", "null", "", "lfe"};

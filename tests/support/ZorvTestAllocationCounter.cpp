@@ -27,11 +27,17 @@ void* countedAlignedAllocation(std::size_t size, std::align_val_t alignment) {
 namespace zorvtest {
 AllocationCounter::AllocationCounter() : start(allocations.load()) {}
 AllocationCounter::~AllocationCounter() = default;
-std::size_t AllocationCounter::Count() const { return allocations.load() - start; }
+std::size_t AllocationCounter::Count() const {
+  return allocations.load() - start;
+}
 }  // namespace zorvtest
 
-void* operator new(std::size_t size) { return countedAllocation(size); }
-void* operator new[](std::size_t size) { return countedAllocation(size); }
+void* operator new(std::size_t size) {
+  return countedAllocation(size);
+}
+void* operator new[](std::size_t size) {
+  return countedAllocation(size);
+}
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
   try {
     return countedAllocation(size);
@@ -46,13 +52,33 @@ void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
     return nullptr;
   }
 }
-void* operator new(std::size_t size, std::align_val_t a) { return countedAlignedAllocation(size, a); }
-void* operator new[](std::size_t size, std::align_val_t a) { return countedAlignedAllocation(size, a); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void* operator new(std::size_t size, std::align_val_t a) {
+  return countedAlignedAllocation(size, a);
+}
+void* operator new[](std::size_t size, std::align_val_t a) {
+  return countedAlignedAllocation(size, a);
+}
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::align_val_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, std::align_val_t) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
+  std::free(p);
+}

@@ -4,7 +4,9 @@
 
 namespace nolardsp {
 
-CartesianVector::CartesianVector(SphericalVector const& s) { *this = s; }
+CartesianVector::CartesianVector(SphericalVector const& s) {
+  *this = s;
+}
 
 CartesianVector& CartesianVector::operator=(SphericalVector const& s) {
   float const cosElevation = std::cos(s.elevation);
@@ -14,9 +16,13 @@ CartesianVector& CartesianVector::operator=(SphericalVector const& s) {
   return *this;
 }
 
-float CartesianVector::radius() const { return std::sqrt(x * x + y * y + z * z); }
+float CartesianVector::radius() const {
+  return std::sqrt(x * x + y * y + z * z);
+}
 
-float CartesianVector::azimuth() const { return std::atan2(y, x); }
+float CartesianVector::azimuth() const {
+  return std::atan2(y, x);
+}
 
 float CartesianVector::elevation() const {
   float const r = radius();
