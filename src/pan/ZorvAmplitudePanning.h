@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "NolarCartesianVector.h"
+#include "NolarGainMix.h"
 #include "ZorvPan.h"
 
 namespace Zorv {
@@ -131,7 +132,11 @@ class AmplitudePanning : public Pan {
   float oneOverRampLength;
 
  private:
-  // Mixes one chunk of c samples at offset into the vectors; see the .cpp.
+  // The chunk loop shared by Process (overwrite) and ProcessAdding.
+  void runClock(float** outputs, float** inputs, unsigned long numSamples,
+                short const* activeInputs, bool overwrite);
+  // Mixes one chunk of c samples at offset into the vectors; with jump the
+  // gains stand at targetGains (a period of no length).
   void mixChunk(float** outputs, float** inputs, unsigned long offset, unsigned long c,
                 short const* activeInputs, bool overwrite, bool jump);
   // startGains <- targetGains <- nextGains; rampPosition := 0.
@@ -139,16 +144,12 @@ class AmplitudePanning : public Pan {
   // Grows the three matrices (zeroed) when numInputs * numOutputs exceeds them.
   void ensureMatrixRoom();
 
-  // Per-chunk mixing state, sized with the channel counts so that the block
-  // routines allocate nothing: one entry per input of the present output.
-  struct Term {
-    float const* input;
-    float gain;  // gain at the first sample of the chunk
-    float step;  // change per sample; exactly 0 for a standing gain
-  };
-  std::vector<Term> terms;
-  // One flag per output: written in this chunk by the first active input.
-  std::vector<unsigned char> written;
+  // Per-chunk mixing state, sized with the input count so that the block
+  // routines allocate nothing: the terms of the output being mixed, one per
+  // contributing input, ascending. The mix runs output by output, and the
+  // first term of each output writes it (in Process), so no per-chunk
+  // "written" flags are needed.
+  std::vector<nolardsp::GainTerm> terms;
 };
 
 }  // namespace Zorv
