@@ -95,18 +95,17 @@ void SVD<T>::reorder() {
   }
 
   // Signs: U * diag(S) * V^T is unchanged when u_i and v_i turn together, so
-  // the pair is turned to have most entries non-negative.
+  // the pair is turned to have no more negative than positive entries, and on
+  // a tie to make the largest entry of u_i (the first one) positive.
   for (unsigned int i = 0; i < k; ++i) {
-    unsigned int negatives = 0;
+    int balance = 0;
     unsigned int largest = 0;
     for (unsigned int r = 0; r < m; ++r) {
-      if (U[r][i] < T(0)) ++negatives;
+      balance += (U[r][i] > T(0)) - (U[r][i] < T(0));
       if (std::fabs(U[r][i]) > std::fabs(U[largest][i])) largest = r;
     }
-    for (unsigned int r = 0; r < n; ++r)
-      if (V[r][i] < T(0)) ++negatives;
-    bool const flip = 2 * negatives > m + n || (2 * negatives == m + n && U[largest][i] < T(0));
-    if (flip) {
+    for (unsigned int r = 0; r < n; ++r) balance += (V[r][i] > T(0)) - (V[r][i] < T(0));
+    if (balance < 0 || (balance == 0 && U[largest][i] < T(0))) {
       for (unsigned int r = 0; r < m; ++r) U[r][i] = -U[r][i];
       for (unsigned int r = 0; r < n; ++r) V[r][i] = -V[r][i];
     }

@@ -17,9 +17,9 @@ float pythag(float a, float b);
 // The choices this library settles:
 //  - S is non-negative and sorted into decreasing order, the columns of U and
 //    V following their values;
-//  - each pair of columns u_i, v_i is given the sign that makes the majority of
-//    their m + n entries non-negative; on a tie, the entry of u_i largest in
-//    absolute value (the first such) is positive;
+//  - each pair of columns u_i, v_i is given the sign that leaves no more
+//    negative than positive entries among their m + n; on a tie, the entry of
+//    u_i largest in absolute value (the first such) is positive;
 //  - tolerance = sqrt(m + n + 1) * machineEpsilon * 0.5 * S[0], 0 when empty.
 // An empty input gives U m by 0, V n by 0, S empty.
 //
