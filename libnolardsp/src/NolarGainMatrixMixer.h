@@ -52,11 +52,17 @@ class GainMatrixMixer {
   std::vector<unsigned int> index;
   std::vector<float> start;
   std::vector<float> target;
-  // One output's chunk: the inputs that are active, their gains and steps.
-  std::vector<float const*> chunkInputs;
+  // True when every listed element has start == target: chunks then need
+  // no per-element work before the sample loops.
+  bool standing;
+  // Per output: 1 when the next output lists exactly the same inputs.
+  std::vector<unsigned char> pairedWithNext;
+  // The chunk under way, same layout: with inactive inputs, the active
+  // entries; in a moving period, each entry's gain and step for the chunk.
   std::vector<unsigned int> chunkIndex;
   std::vector<float> chunkGain;
   std::vector<float> chunkStep;
+  std::vector<unsigned int> chunkCounts;
 };
 
 }  // namespace nolardsp
