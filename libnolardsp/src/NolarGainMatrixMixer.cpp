@@ -18,9 +18,9 @@ namespace {
 
 // The sample loops, written out per group size so that each is a single
 // unit-stride loop with restrict-qualified pointers that the compiler turns
-// into vector code. Four inputs per pass: an output sample is loaded and
-// stored once per four inputs instead of once per input, and the sum keeps
-// its left-to-right order.
+// into vector code. Several inputs per pass (four, or eight for standing
+// gains of paired outputs): an output sample is loaded and stored once per
+// pass instead of once per input, and the sum keeps its left-to-right order.
 
 template <bool Write>
 void constant1(float* __restrict o, float const* __restrict a, float ga, long n) {
@@ -135,6 +135,28 @@ void pairConstant4(float* __restrict o, float* __restrict p, float const* __rest
 }
 
 template <bool Write>
+void pairConstant8(float* __restrict o, float* __restrict p, float const* __restrict a,
+                   float const* __restrict b, float const* __restrict c, float const* __restrict d,
+                   float const* __restrict e, float const* __restrict f, float const* __restrict g,
+                   float const* __restrict h, float const* x, float const* y, long n) {
+  float const xa = x[0], xb = x[1], xc = x[2], xd = x[3], xe = x[4], xf = x[5], xg = x[6],
+              xh = x[7];
+  float const ya = y[0], yb = y[1], yc = y[2], yd = y[3], ye = y[4], yf = y[5], yg = y[6],
+              yh = y[7];
+  for (long k = 0; k < n; ++k) {
+    float const va = a[k], vb = b[k], vc = c[k], vd = d[k];
+    float const ve = e[k], vf = f[k], vg = g[k], vh = h[k];
+    if (Write) {
+      o[k] = xa * va + xb * vb + xc * vc + xd * vd + xe * ve + xf * vf + xg * vg + xh * vh;
+      p[k] = ya * va + yb * vb + yc * vc + yd * vd + ye * ve + yf * vf + yg * vg + yh * vh;
+    } else {
+      o[k] = o[k] + xa * va + xb * vb + xc * vc + xd * vd + xe * ve + xf * vf + xg * vg + xh * vh;
+      p[k] = p[k] + ya * va + yb * vb + yc * vc + yd * vd + ye * ve + yf * vf + yg * vg + yh * vh;
+    }
+  }
+}
+
+template <bool Write>
 void pairRamp1(float* __restrict o, float* __restrict p, float const* __restrict a, float ga,
                float ha, float sa, float ta, int k0, int n) {
   for (int k = 0; k < n; ++k) {
@@ -180,7 +202,9 @@ void pairGroup(float* o, float* p, float const* const* in, float const* g, float
     for (unsigned int e = 0; e < size; ++e) ramped = ramped || s[e] != 0.f || t[e] != 0.f;
   }
   if (!ramped) {
-    if (size == 4) {
+    if (size == 8) {
+      pairConstant8<Write>(o, p, in[0], in[1], in[2], in[3], in[4], in[5], in[6], in[7], g, h, n);
+    } else if (size == 4) {
       pairConstant4<Write>(o, p, in[0], in[1], in[2], in[3], g, h, n);
     } else {
       pairConstant1<Write>(o, p, in[0], g[0], h[0], n);
@@ -188,7 +212,11 @@ void pairGroup(float* o, float* p, float const* const* in, float const* g, float
     return;
   }
   int const m = static_cast<int>(n);
-  if (size == 4) {
+  if (size == 8) {
+    // Moving gains go four at a time: eight would not fit the registers.
+    pairRamp4<Write>(o, p, in[0], in[1], in[2], in[3], g, h, s, t, k0, m);
+    pairRamp4<false>(o, p, in[4], in[5], in[6], in[7], g + 4, h + 4, s + 4, t + 4, k0, m);
+  } else if (size == 4) {
     pairRamp4<Write>(o, p, in[0], in[1], in[2], in[3], g, h, s, t, k0, m);
   } else {
     pairRamp1<Write>(o, p, in[0], g[0], h[0], s[0], t[0], k0, m);
@@ -268,9 +296,10 @@ void mixPairTerms(float* output, float* other, float* const* inputs, unsigned lo
                   float const* t, unsigned int count, int k0, long n, bool overwrite) {
   unsigned int done = 0;
   bool write = overwrite;
-  float const* in[4];
+  float const* in[8];
   while (done < count) {
-    unsigned int const size = count - done >= 4 ? 4 : 1;
+    unsigned int const left = count - done;
+    unsigned int const size = left >= 8 ? 8 : (left >= 4 ? 4 : 1);
     for (unsigned int e = 0; e < size; ++e) in[e] = inputs[index[done + e]] + offset;
     float const* const sd = s != nullptr ? s + done : nullptr;
     float const* const td = t != nullptr ? t + done : nullptr;
@@ -284,8 +313,10 @@ void mixPairTerms(float* output, float* other, float* const* inputs, unsigned lo
   }
 }
 
-// Samples per run: the inputs' share of a run should stay in the first-level
-// cache while every output reads it.
+// Samples per run: every output reads all of a run's inputs, so a run's
+// inputs (half a megabyte at most) should stay in the second-level cache. The
+// usual blocks are a single run; first-level runs were measured no faster,
+// the loops being bound by arithmetic once the inputs sit in either cache.
 long runLength(unsigned int numInputs) {
   long const samples = 131072 / static_cast<long>(numInputs > 0 ? numInputs : 1);
   return samples < 64 ? 64 : samples / 16 * 16;
