@@ -57,7 +57,11 @@ class AmplitudePanning : public Pan {
 
   // Overwrites the outputs with the mix. With no active input (or no input at
   // all) the outputs are zeroed and the clock stands still, so a pending
-  // change waits until an input is active again.
+  // change waits until an input is active again. Elements whose gains are 0
+  // at both ends of the period cost nothing and add nothing; an output that no
+  // active input reaches is zeroed. Each output is the sum over its inputs in
+  // ascending order; within a chunk the gain of sample k is g0 + k * step,
+  // both ends taken from the line of the whole period.
   void Process(float** outputs, float** inputs, unsigned long numSamples,
                short const* activeInputs) override;
   // Adds the mix into the outputs. The clock runs whichever inputs are active.
