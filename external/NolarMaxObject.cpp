@@ -12,7 +12,8 @@ namespace {
 long const documentationFlags = ATTR_GET_OPAQUE_USER | ATTR_SET_OPAQUE_USER;
 
 void addDocumentation(t_class* c, char const* name, long offset, t_symbol* label) {
-  class_addattr(c, attr_offset_new(name, _sym_symbol, documentationFlags, nullptr, nullptr, offset));
+  class_addattr(c,
+                attr_offset_new(name, _sym_symbol, documentationFlags, nullptr, nullptr, offset));
   class_attr_addattr_format(c, name, "label", _sym_symbol, 0, "s", label);
   class_attr_addattr_parse(c, name, "invisible", _sym_long, 0, "1");
   class_attr_addattr_parse(c, name, "category", _sym_symbol, 0, "documentation");

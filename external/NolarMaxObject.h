@@ -40,8 +40,7 @@ bool attr_dictionary_process_sym(t_object* x, t_dictionary* d, t_symbol* key);
 t_max_err ResetAttributeToDefault(t_object* x, t_symbol* name, bool notify, bool useSetter);
 
 // numInputs signal inlets and numOutputs signal outlets.
-void CreateDspInletsAndOutlets(_NolarMspObject* x, long numInputs, long numOutputs,
-                               bool noInPlace);
+void CreateDspInletsAndOutlets(_NolarMspObject* x, long numInputs, long numOutputs, bool noInPlace);
 void RemoveFromDspChain(_NolarMspObject* x);
 
 // Finds a file by name (as given, then in the search folders); the full path,

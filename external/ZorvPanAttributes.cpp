@@ -88,8 +88,8 @@ void zorv_pan_add_class_attributes(t_class* c) {
   class_attr_addattr_parse(c, name, "maxvalue", _sym_float32, 0, "200.");
 
   // The order of display.
-  char const* const ordered[] = {"numinputs",        "numoutputs", "type", "subtype",
-                                 "sourcespositions", "interpolationtime"};
+  char const* const ordered[] = {"numinputs", "numoutputs",       "type",
+                                 "subtype",   "sourcespositions", "interpolationtime"};
   t_atom_long order = 1;
   for (char const* attribute : ordered) {
     class_attr_addattr_format(c, attribute, "order", _sym_long, 0, "l", order++);

@@ -98,9 +98,9 @@ void* zorv_pan_new(t_symbol*, long argc, t_atom* argv) {
     return nullptr;
   }
 
-  x->panner = panFactory(static_cast<unsigned int>(x->numinputs),
-                         static_cast<unsigned int>(x->numoutputs), x->type->s_name,
-                         x->subtype->s_name);
+  x->panner =
+      panFactory(static_cast<unsigned int>(x->numinputs), static_cast<unsigned int>(x->numoutputs),
+                 x->type->s_name, x->subtype->s_name);
   if (x->panner == nullptr) {
     object_bug(ob, "couldnt create object (zorv_pan_initialize)");
     object_error(ob, "couldnt create object (zorv_pan_new)");

@@ -182,8 +182,8 @@ std::vector<t_atom> getValue(void* x, maxapi_attr const* attr) {
 t_max_err giveAtoms(std::vector<t_atom> const& values, long* argc, t_atom** argv) {
   if (argc == nullptr || argv == nullptr) return MAX_ERR_INVALID_PTR;
   if (*argv == nullptr || *argc <= 0) {
-    *argv = static_cast<t_atom*>(sysmem_newptr(static_cast<long>(
-        (values.empty() ? 1 : values.size()) * sizeof(t_atom))));
+    *argv = static_cast<t_atom*>(
+        sysmem_newptr(static_cast<long>((values.empty() ? 1 : values.size()) * sizeof(t_atom))));
     *argc = static_cast<long>(values.size());
   } else if (*argc > static_cast<long>(values.size())) {
     *argc = static_cast<long>(values.size());
@@ -317,9 +317,8 @@ t_max_err class_attr_addattr_parse(t_class* c, C74_CONST char* attrname, C74_CON
   return MAX_ERR_NONE;
 }
 
-t_max_err class_attr_addattr_format(t_class* c, C74_CONST char* attrname,
-                                    C74_CONST char* attrname2, C74_CONST t_symbol*, long,
-                                    C74_CONST char* fmt, ...) {
+t_max_err class_attr_addattr_format(t_class* c, C74_CONST char* attrname, C74_CONST char* attrname2,
+                                    C74_CONST t_symbol*, long, C74_CONST char* fmt, ...) {
   maxapi_attr* a = asAttr(class_attr_get(c, gensym(attrname)));
   if (a == nullptr || attrname2 == nullptr) return MAX_ERR_GENERIC;
   va_list args;
@@ -352,8 +351,8 @@ t_max_err object_attr_addattr_format(t_object* x, C74_CONST char* attrname,
   return MAX_ERR_NONE;
 }
 
-t_max_err object_attr_attr_getvalueof(void* x, t_symbol* attrname, t_symbol* attrname2,
-                                      long* argc, t_atom** argv) {
+t_max_err object_attr_attr_getvalueof(void* x, t_symbol* attrname, t_symbol* attrname2, long* argc,
+                                      t_atom** argv) {
   std::vector<t_atom> const* values =
       maxapi_attr_property(maxapi_attr_find(x, attrname), attrname2);
   if (values == nullptr) return MAX_ERR_GENERIC;
@@ -381,8 +380,10 @@ t_max_err object_attr_setvalueof(void* x, t_symbol* s, long argc, C74_CONST t_at
     for (t_atom& a : values) {
       if (a.a_type == A_LONG) {
         double const v = static_cast<double>(a.a_w.w_long);
-        if (attr->usemin && v < attr->clipmin) a.a_w.w_long = static_cast<t_atom_long>(std::ceil(attr->clipmin));
-        if (attr->usemax && v > attr->clipmax) a.a_w.w_long = static_cast<t_atom_long>(std::floor(attr->clipmax));
+        if (attr->usemin && v < attr->clipmin)
+          a.a_w.w_long = static_cast<t_atom_long>(std::ceil(attr->clipmin));
+        if (attr->usemax && v > attr->clipmax)
+          a.a_w.w_long = static_cast<t_atom_long>(std::floor(attr->clipmax));
       } else if (a.a_type == A_FLOAT) {
         double& v = a.a_w.w_float;
         if (!(v == v)) v = attr->usemin ? attr->clipmin : (attr->usemax ? attr->clipmax : 0.);
@@ -516,8 +517,7 @@ t_max_err dictionary_getsym(C74_CONST t_dictionary* d, t_symbol* key, t_symbol**
   return MAX_ERR_NONE;
 }
 
-t_max_err dictionary_getatoms(C74_CONST t_dictionary* d, t_symbol* key, long* argc,
-                              t_atom** argv) {
+t_max_err dictionary_getatoms(C74_CONST t_dictionary* d, t_symbol* key, long* argc, t_atom** argv) {
   std::vector<t_atom> const* values = entryOf(d, key);
   if (values == nullptr || argc == nullptr || argv == nullptr) return MAX_ERR_GENERIC;
   *argc = static_cast<long>(values->size());

@@ -337,12 +337,12 @@ void writeFormatted(t_object* x, int severity, char const* format, va_list args)
 
 }  // namespace
 
-#define MAXAPI_POST(object, severity, format)        \
-  do {                                               \
-    va_list args;                                    \
-    va_start(args, format);                          \
-    writeFormatted(object, severity, format, args);  \
-    va_end(args);                                    \
+#define MAXAPI_POST(object, severity, format)       \
+  do {                                              \
+    va_list args;                                   \
+    va_start(args, format);                         \
+    writeFormatted(object, severity, format, args); \
+    va_end(args);                                   \
   } while (0)
 
 void object_post(t_object* x, C74_CONST char* s, ...) {

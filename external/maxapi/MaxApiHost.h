@@ -18,7 +18,12 @@
 #include "ext_obex.h"
 #include "z_dsp.h"
 
-enum maxapi_kind { maxapi_kind_class, maxapi_kind_attribute, maxapi_kind_dictionary, maxapi_kind_box };
+enum maxapi_kind {
+  maxapi_kind_class,
+  maxapi_kind_attribute,
+  maxapi_kind_dictionary,
+  maxapi_kind_box
+};
 
 enum maxapi_severity { maxapi_post = 0, maxapi_warning = 1, maxapi_error = 2, maxapi_bug = 3 };
 

@@ -91,7 +91,8 @@ t_class* class_new(C74_CONST char* name, C74_CONST method mnew, C74_CONST method
   auto* c = new maxapi_class{gensym(name), 0, maxapi_kind_class, new maxapi_class_data()};
   c->c_data->mnew = mnew;
   c->c_data->mfree = mfree;
-  c->c_data->size = size < static_cast<long>(sizeof(t_object)) ? static_cast<long>(sizeof(t_object)) : size;
+  c->c_data->size =
+      size < static_cast<long>(sizeof(t_object)) ? static_cast<long>(sizeof(t_object)) : size;
   std::lock_guard<std::mutex> lock(registryMutex());
   allClasses().push_back(c);
   return c;
@@ -280,7 +281,7 @@ void* maxapi_object_new(t_class* c, std::vector<t_atom> const& atoms, maxapi_con
   void* x = nullptr;
   try {
     x = reinterpret_cast<new_fn>(c->c_data->mnew)(c->c_sym, static_cast<long>(arguments.size()),
-                                          arguments.empty() ? nullptr : arguments.data());
+                                                  arguments.empty() ? nullptr : arguments.data());
   } catch (...) {
     pendingSink = savedPending;
     boxSymbol->s_thing = savedBox;

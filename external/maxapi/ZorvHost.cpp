@@ -85,7 +85,8 @@ PanObject::~PanObject() {
 std::unique_ptr<PanObject> PanObject::Create(std::string const& boxText, ConsoleSink sink) {
   t_class* c = panClass();
   std::vector<t_atom> atoms = maxapi_parse_atoms(boxText.c_str());
-  if (!atoms.empty() && atoms.front().a_type == A_SYM && atoms.front().a_w.w_sym == class_nameget(c)) {
+  if (!atoms.empty() && atoms.front().a_type == A_SYM &&
+      atoms.front().a_w.w_sym == class_nameget(c)) {
     atoms.erase(atoms.begin());
   }
   maxapi_console_sink lineSink;

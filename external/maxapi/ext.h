@@ -151,8 +151,7 @@ void* defer_low(void* ob, method fn, t_symbol* sym, short argc, t_atom* argv);
 #define MAX_FILENAME_CHARS 512
 short locatefile_extended(char* name, short* outvol, t_fourcc* outtype,
                           C74_CONST t_fourcc* filetypelist, short numtypes);
-short path_toabsolutesystempath(short in_path, C74_CONST char* in_filename,
-                                char* out_filename);
+short path_toabsolutesystempath(short in_path, C74_CONST char* in_filename, char* out_filename);
 
 void* sysmem_newptr(long size);
 void* sysmem_newptrclear(long size);

@@ -38,22 +38,20 @@ t_symbol* attr_getname(t_object* attr);
 
 // Properties ("attributes of attributes"). parsestr is split like box text;
 // fmt is one letter per value: l or i (long), f or d (double), s (symbol).
-t_max_err class_attr_addattr_parse(t_class* c, C74_CONST char* attrname,
-                                   C74_CONST char* attrname2, C74_CONST t_symbol* type,
-                                   long flags, C74_CONST char* parsestr);
-t_max_err class_attr_addattr_format(t_class* c, C74_CONST char* attrname,
-                                    C74_CONST char* attrname2, C74_CONST t_symbol* type,
-                                    long flags, C74_CONST char* fmt, ...);
+t_max_err class_attr_addattr_parse(t_class* c, C74_CONST char* attrname, C74_CONST char* attrname2,
+                                   C74_CONST t_symbol* type, long flags, C74_CONST char* parsestr);
+t_max_err class_attr_addattr_format(t_class* c, C74_CONST char* attrname, C74_CONST char* attrname2,
+                                    C74_CONST t_symbol* type, long flags, C74_CONST char* fmt, ...);
 t_max_err object_attr_addattr_parse(t_object* x, C74_CONST char* attrname,
-                                    C74_CONST char* attrname2, C74_CONST t_symbol* type,
-                                    long flags, C74_CONST char* parsestr);
+                                    C74_CONST char* attrname2, C74_CONST t_symbol* type, long flags,
+                                    C74_CONST char* parsestr);
 t_max_err object_attr_addattr_format(t_object* x, C74_CONST char* attrname,
                                      C74_CONST char* attrname2, C74_CONST t_symbol* type,
                                      long flags, C74_CONST char* fmt, ...);
 // A property's value; *argv is allocated (sysmem_newptr) when null, and the
 // caller frees it with sysmem_freeptr.
-t_max_err object_attr_attr_getvalueof(void* x, t_symbol* attrname, t_symbol* attrname2,
-                                      long* argc, t_atom** argv);
+t_max_err object_attr_attr_getvalueof(void* x, t_symbol* attrname, t_symbol* attrname2, long* argc,
+                                      t_atom** argv);
 
 // Every value set on the attribute is clipped first.
 t_max_err attr_addfilter_clip(void* x, double min, double max, long usemin, long usemax);
@@ -79,8 +77,7 @@ t_max_err dictionary_getfloat(C74_CONST t_dictionary* d, t_symbol* key, double* 
 // A symbol entry; an error for anything else.
 t_max_err dictionary_getsym(C74_CONST t_dictionary* d, t_symbol* key, t_symbol** value);
 // The entry's atoms, owned by the dictionary.
-t_max_err dictionary_getatoms(C74_CONST t_dictionary* d, t_symbol* key, long* argc,
-                              t_atom** argv);
+t_max_err dictionary_getatoms(C74_CONST t_dictionary* d, t_symbol* key, long* argc, t_atom** argv);
 
 // The dictionary a dictionary constructor receives in its arguments, or null.
 t_dictionary* object_dictionaryarg(long ac, t_atom* av);
