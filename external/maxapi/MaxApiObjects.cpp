@@ -24,23 +24,24 @@ std::mutex& registryMutex() {
   return m;
 }
 
-// Classes live as long as the process.
+// The registries are never destroyed: classes live as long as the process,
+// and so do abandoned instances, as with the host.
 std::vector<maxapi_class*>& allClasses() {
-  static std::vector<maxapi_class*> classes;
-  return classes;
+  static auto* classes = new std::vector<maxapi_class*>();
+  return *classes;
 }
 
 std::map<std::pair<t_symbol*, t_symbol*>, t_class*>& registeredClasses() {
-  static std::map<std::pair<t_symbol*, t_symbol*>, t_class*> classes;
-  return classes;
+  static auto* classes = new std::map<std::pair<t_symbol*, t_symbol*>, t_class*>();
+  return *classes;
 }
 
 // Every instance that object_alloc made and object_free has not released. An
 // instance whose constructor gave up is abandoned as it stands (the host
 // offers no way back), but stays reachable here.
 std::set<void*>& liveInstances() {
-  static std::set<void*> instances;
-  return instances;
+  static auto* instances = new std::set<void*>();
+  return *instances;
 }
 
 struct maxapi_box {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -93,7 +94,18 @@ std::unique_ptr<PanObject> PanObject::Create(std::string const& boxText, Console
   if (sink) {
     lineSink = [sink](int severity, std::string const& text) { sink(severityOf(severity), text); };
   }
-  void* x = maxapi_object_new(c, atoms, std::move(lineSink));
+  void* x = nullptr;
+  try {
+    x = maxapi_object_new(c, atoms, lineSink);
+  } catch (std::exception const& e) {
+    // A host would let this through; a front end gets the reason instead.
+    if (lineSink) {
+      lineSink(maxapi_bug, e.what());
+    } else {
+      maxapi_console_write(nullptr, maxapi_bug, e.what());
+    }
+    return nullptr;
+  }
   if (x == nullptr) return nullptr;
   auto impl = std::make_unique<Impl>();
   impl->x = static_cast<t_pxobject*>(x);
@@ -185,8 +197,14 @@ void PanObject::StartDsp(double samplerate, unsigned int blockSize) {
 void PanObject::ProcessBlock(float const* const* inputs, float* const* outputs,
                              unsigned int numSamples) {
   Impl& m = *impl;
+  if (m.blockSize == 0) {
+    // No chain yet: silence.
+    for (unsigned int j = 0; j < m.numOutlets && outputs != nullptr; ++j) {
+      if (outputs[j] != nullptr) std::fill(outputs[j], outputs[j] + numSamples, 0.f);
+    }
+    return;
+  }
   if (numSamples == 0 || numSamples > m.blockSize) numSamples = m.blockSize;
-  if (m.blockSize == 0) return;
   std::size_t const n = numSamples;
   for (unsigned int i = 0; i < m.numInlets; ++i) {
     float* v = m.vector(i);

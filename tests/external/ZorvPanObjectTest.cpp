@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -89,6 +90,7 @@ Zorv::Pan* testFactory(unsigned int in, unsigned int out, char const* type, char
     return lastPanner;
   }
   if (std::strcmp(type, "nopanner") == 0) return nullptr;
+  if (std::strcmp(type, "throwing") == 0) throw std::runtime_error("no speakers hull");
   return Zorv::Pan::Factory(in, out, type, subtype);
 }
 
@@ -144,6 +146,13 @@ TEST_F(PanObjectTest, FactoryWithoutAnswerReportsABugAndAnError) {
   EXPECT_EQ(lines[0].text, "couldnt create object (zorv_pan_initialize)");
   EXPECT_EQ(lines[1].severity, Severity::Error);
   EXPECT_EQ(lines[1].text, "couldnt create object (zorv_pan_new)");
+}
+
+TEST_F(PanObjectTest, ExceptionFromAPannerMakesNoObjectAndSaysWhy) {
+  EXPECT_EQ(make("@type throwing"), nullptr);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].severity, Severity::Bug);
+  EXPECT_EQ(lines[0].text, "no speakers hull");
 }
 
 TEST_F(PanObjectTest, BadDictionaryEntriesAreAllReported) {
@@ -359,6 +368,17 @@ class PanObjectBlockTest : public PanObjectTest {
   std::vector<std::vector<float>> in;
   std::vector<std::vector<float>> out;
 };
+
+TEST_F(PanObjectTest, BlockBeforeDspIsSilent) {
+  auto pan = make("@numoutputs 2 @type recording");
+  std::vector<float> a(8, 1.f), b(8, 7.f), c(8, 7.f);
+  float const* ip[] = {a.data()};
+  float* op[] = {b.data(), c.data()};
+  pan->ProcessBlock(ip, op, 8);
+  EXPECT_EQ(b, std::vector<float>(8, 0.f));
+  EXPECT_EQ(c, std::vector<float>(8, 0.f));
+  EXPECT_EQ(lastPanner->processCalls, 0);
+}
 
 TEST_F(PanObjectBlockTest, DspConfiguresThePannerAndProcessRunsOnActiveInputs) {
   start("@numinputs 2 @numoutputs 4 @type recording");

@@ -29,6 +29,7 @@ struct probe_t {
   long deferredCalls;
   long deferredArgc;
   long performCalls;
+  t_object* box;
 };
 
 t_class* probe_class = nullptr;
@@ -43,6 +44,7 @@ t_max_err probe_set_number(probe_t* x, t_object*, long argc, t_atom* argv) {
 void* probe_new(t_symbol*, long argc, t_atom* argv) {
   auto* x = static_cast<probe_t*>(object_alloc(probe_class));
   x->newArgc = argc;
+  x->box = gensym("#B")->s_thing;
   object_post(&x->ob.z_ob, "made with %ld words", argc);
   t_dictionary* d = object_dictionaryarg(argc, argv);
   if (d == nullptr) return nullptr;
@@ -178,6 +180,14 @@ TEST(MaxApiObjects, BoxDictionaryHoldsTypedValuesAndDefaults) {
   EXPECT_EQ(d.x->number, 3);
   EXPECT_EQ(d.x->setterCalls, 1);
   EXPECT_EQ(d.x->valuesCount, 0);  // no default: untouched
+
+  // Each box is its own, bound to "#B" while its object is made.
+  ASSERT_NE(d.x->box, nullptr);
+  EXPECT_NE(d.x->box, m.x->box);
+  EXPECT_EQ(gensym("#B")->s_thing, nullptr);
+  object_notify(d.x->box, _sym_modified, nullptr);
+  EXPECT_EQ(maxapi_box_notifications(d.x->box), 1);
+  EXPECT_EQ(maxapi_box_notifications(m.x->box), 0);
 }
 
 TEST(MaxApiObjects, AttributesGoThroughClipThenSetter) {
