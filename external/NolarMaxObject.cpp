@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace nolarmax {
 
@@ -147,6 +149,111 @@ void postdspstatus(_NolarMspObject* x) {
   } else {
     object_post(ob, "dsp processing is enabled");
   }
+}
+
+namespace {
+
+bool userSees(t_object* x, t_symbol* name) {
+  long argc = 0;
+  t_atom* argv = nullptr;
+  bool invisible = false;
+  if (object_attr_attr_getvalueof(x, name, _sym_invisible, &argc, &argv) == MAX_ERR_NONE) {
+    invisible = argc > 0 && atom_getlong(argv) != 0;
+    sysmem_freeptr(argv);
+  }
+  return !invisible;
+}
+
+// The names of the attributes the user sees, in the order of registration.
+std::vector<t_symbol*> visibleAttributes(t_object* x) {
+  std::vector<t_symbol*> names;
+  long argc = 0;
+  t_symbol** argv = nullptr;
+  if (object_attr_getnames(x, &argc, &argv) != MAX_ERR_NONE) return names;
+  long const opaque =
+      ATTR_GET_OPAQUE | ATTR_SET_OPAQUE | ATTR_GET_OPAQUE_USER | ATTR_SET_OPAQUE_USER;
+  for (long i = 0; i < argc; ++i) {
+    if ((object_attr_getflags(x, argv[i]) & opaque) == 0 && userSees(x, argv[i])) {
+      names.push_back(argv[i]);
+    }
+  }
+  sysmem_freeptr(argv);
+  return names;
+}
+
+std::vector<t_atom> valueOf(t_object* x, t_symbol* name) {
+  long argc = 0;
+  t_atom* argv = nullptr;
+  std::vector<t_atom> values;
+  if (object_attr_getvalueof(x, name, &argc, &argv) == MAX_ERR_NONE) {
+    values.assign(argv, argv + argc);
+    sysmem_freeptr(argv);
+  }
+  return values;
+}
+
+}  // namespace
+
+void postattributes(_NolarMspObject* x, t_symbol*, long argc, t_atom* argv) {
+  auto* ob = reinterpret_cast<t_object*>(x);
+  std::vector<t_symbol*> names;
+  if (argc > 0 && argv != nullptr && argv[0].a_type == A_SYM) {
+    if (object_attr_get(ob, argv[0].a_w.w_sym) == nullptr) {
+      object_error(ob, "unknown attribute %s", argv[0].a_w.w_sym->s_name);
+      return;
+    }
+    names.push_back(argv[0].a_w.w_sym);
+  } else {
+    names = visibleAttributes(ob);
+  }
+  for (t_symbol* name : names) {
+    std::vector<t_atom> values = valueOf(ob, name);
+    long size = 0;
+    char* text = nullptr;
+    atom_gettext(static_cast<long>(values.size()), values.data(), &size, &text, 0);
+    object_post(ob, "%s : %s", name->s_name, text != nullptr ? text : "");
+    sysmem_freeptr(text);
+  }
+}
+
+t_max_err nolarmax_getvalueof(_NolarMspObject* x, long* argc, t_atom** argv) {
+  if (argc == nullptr || argv == nullptr) return MAX_ERR_INVALID_PTR;
+  auto* ob = reinterpret_cast<t_object*>(x);
+  std::vector<t_atom> list;
+  for (t_symbol* name : visibleAttributes(ob)) {
+    std::vector<t_atom> values = valueOf(ob, name);
+    t_atom head[2];
+    atom_setsym(head, name);
+    atom_setlong(head + 1, static_cast<t_atom_long>(values.size()));
+    list.insert(list.end(), head, head + 2);
+    list.insert(list.end(), values.begin(), values.end());
+  }
+  if (*argv == nullptr || *argc <= 0) {
+    *argv = static_cast<t_atom*>(
+        sysmem_newptr(static_cast<long>((list.empty() ? 1 : list.size()) * sizeof(t_atom))));
+    *argc = static_cast<long>(list.size());
+  } else if (*argc > static_cast<long>(list.size())) {
+    *argc = static_cast<long>(list.size());
+  }
+  for (long i = 0; i < *argc; ++i) (*argv)[i] = list[static_cast<std::size_t>(i)];
+  return MAX_ERR_NONE;
+}
+
+t_max_err nolarmax_setvalueof(_NolarMspObject* x, long argc, t_atom* argv) {
+  if (argv == nullptr) return argc > 0 ? MAX_ERR_INVALID_PTR : MAX_ERR_NONE;
+  auto* ob = reinterpret_cast<t_object*>(x);
+  long i = 0;
+  // A malformed group ends the list; the groups before it are applied.
+  while (i + 1 < argc && argv[i].a_type == A_SYM && argv[i + 1].a_type == A_LONG) {
+    t_symbol* name = argv[i].a_w.w_sym;
+    t_atom_long const count = argv[i + 1].a_w.w_long;
+    if (count < 0 || count > argc - i - 2) return MAX_ERR_GENERIC;
+    if (object_attr_get(ob, name) != nullptr) {
+      object_attr_setvalueof(ob, name, static_cast<long>(count), argv + i + 2);
+    }
+    i += 2 + static_cast<long>(count);
+  }
+  return i == argc ? MAX_ERR_NONE : MAX_ERR_GENERIC;
 }
 
 void NotifyChange(_NolarMspObject* x) {

@@ -51,6 +51,16 @@ bool FindFile(char const* name, char* fullPath, long fullPathSize);
 void postversion(_NolarMspObject* x);
 void postdspstatus(_NolarMspObject* x);
 
+// "postattributes [name]": one console line "name : values" per attribute the
+// user sees (all of them without a name).
+void postattributes(_NolarMspObject* x, t_symbol* s, long argc, t_atom* argv);
+
+// The host's attribute store: every attribute that is neither invisible nor
+// opaque, as one list of groups "name count values...", in the order of
+// registration. getvalueof allocates *argv (sysmem_newptr) when it is null.
+t_max_err nolarmax_getvalueof(_NolarMspObject* x, long* argc, t_atom** argv);
+t_max_err nolarmax_setvalueof(_NolarMspObject* x, long argc, t_atom* argv);
+
 // Tells the box that the object has changed.
 void NotifyChange(_NolarMspObject* x);
 

@@ -28,6 +28,9 @@ struct zorv_pan_message {
 // their place in this table, in the order the object documents them.
 zorv_pan_message const zorv_pan_messages[] = {
     {"version", reinterpret_cast<method>(nolarmax::postversion), A_NOTHING},
+    {"postattributes", reinterpret_cast<method>(nolarmax::postattributes), A_GIMME},
+    {"getvalueof", reinterpret_cast<method>(nolarmax::nolarmax_getvalueof), A_CANT},
+    {"setvalueof", reinterpret_cast<method>(nolarmax::nolarmax_setvalueof), A_CANT},
     {"postdspstatus", reinterpret_cast<method>(zorv_pan_postdspstatus), A_NOTHING},
     {"clear", reinterpret_cast<method>(zorv_pan_clear), A_NOTHING},
     {"dsp", reinterpret_cast<method>(zorv_pan_dsp), A_CANT},

@@ -301,6 +301,21 @@ t_symbol* attr_getname(t_object* attr) {
   return a != nullptr ? a->name : nullptr;
 }
 
+t_max_err object_attr_getnames(void* x, long* argc, t_symbol*** argv) {
+  if (argc == nullptr || argv == nullptr) return MAX_ERR_INVALID_PTR;
+  std::vector<maxapi_attr*> const attrs = maxapi_attrs_of(x);
+  *argc = static_cast<long>(attrs.size());
+  *argv = static_cast<t_symbol**>(
+      sysmem_newptr(static_cast<long>((attrs.empty() ? 1 : attrs.size()) * sizeof(t_symbol*))));
+  for (std::size_t i = 0; i < attrs.size(); ++i) (*argv)[i] = attrs[i]->name;
+  return MAX_ERR_NONE;
+}
+
+long object_attr_getflags(void* x, t_symbol* attrname) {
+  maxapi_attr* a = maxapi_attr_find(x, attrname);
+  return a != nullptr ? a->flags : 0;
+}
+
 std::vector<t_atom> const* maxapi_attr_property(maxapi_attr const* attr, t_symbol* property) {
   if (attr == nullptr) return nullptr;
   for (auto const& entry : attr->properties) {

@@ -289,6 +289,26 @@ std::string maxapi_atom_text(t_atom const& a) {
   }
 }
 
+t_max_err atom_gettext(long ac, C74_CONST t_atom* av, long* textsize, char** text, long) {
+  if (textsize == nullptr || text == nullptr || (av == nullptr && ac > 0)) {
+    return MAX_ERR_INVALID_PTR;
+  }
+  std::string joined;
+  for (long i = 0; i < ac; ++i) {
+    if (i > 0) joined += ' ';
+    joined += maxapi_atom_text(av[i]);
+  }
+  long const size = static_cast<long>(joined.size()) + 1;
+  if (*text == nullptr) {
+    *text = static_cast<char*>(sysmem_newptr(size));
+    *textsize = size;
+  } else if (*textsize < size) {
+    joined.resize(*textsize > 0 ? static_cast<std::size_t>(*textsize - 1) : 0);
+  }
+  if (*textsize > 0) std::memcpy(*text, joined.c_str(), joined.size() + 1);
+  return MAX_ERR_NONE;
+}
+
 // ---- console
 
 namespace {

@@ -106,6 +106,9 @@ t_max_err atom_setfloat(t_atom* a, double b);
 t_max_err atom_setsym(t_atom* a, C74_CONST t_symbol* b);
 t_max_err atom_setobj(t_atom* a, void* b);
 long atom_gettype(C74_CONST t_atom* a);
+// The atoms as text, blank-separated ("30." for a whole float). *text is
+// allocated (sysmem_newptr) when null; the caller frees it with sysmem_freeptr.
+t_max_err atom_gettext(long ac, C74_CONST t_atom* av, long* textsize, char** text, long flags);
 // Reads min(ac, count) values; entries past ac keep their values.
 t_max_err atom_getfloat_array(long ac, C74_CONST t_atom* av, long count, float* vals);
 t_max_err atom_getlong_array(long ac, C74_CONST t_atom* av, long count, t_atom_long* vals);

@@ -35,6 +35,10 @@ t_max_err object_deleteattr(void* x, t_symbol* attrname);
 // The attribute of that name (the instance's first, then the class's).
 t_object* object_attr_get(void* x, t_symbol* attrname);
 t_symbol* attr_getname(t_object* attr);
+// The names of all attributes of x, in the order of registration (the class's,
+// then the instance's); *argv is allocated, the caller frees it.
+t_max_err object_attr_getnames(void* x, long* argc, t_symbol*** argv);
+long object_attr_getflags(void* x, t_symbol* attrname);
 
 // Properties ("attributes of attributes"). parsestr is split like box text;
 // fmt is one letter per value: l or i (long), f or d (double), s (symbol).

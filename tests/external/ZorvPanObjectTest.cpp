@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "MaxApiHost.h"
 #include "ZorvHost.h"
 #include "ZorvNullPanning.h"
 #include "ZorvPan.h"
@@ -311,6 +312,57 @@ TEST_F(PanObjectTest, UnknownMessageAnswersOnTheConsoleAndChangesNothing) {
   for (char const* a : {"numinputs", "interpolationtime", "sourcespositions", "mute"}) {
     EXPECT_EQ(pan->GetAttribute(a), before[k++]) << a;
   }
+}
+
+TEST_F(PanObjectTest, PostattributesShowsWhatTheUserSees) {
+  auto pan = make("@numinputs 2 @type recording @interpolationtime 12.5");
+  lines.clear();
+  pan->SendMessage("postattributes interpolationtime");
+  pan->SendMessage("postattributes nosuch");
+  EXPECT_EQ(texts(), (Texts{"interpolationtime : 12.5", "unknown attribute nosuch"}));
+  lines.clear();
+  pan->SendMessage("postattributes");
+  Texts const all = texts();
+  ASSERT_EQ(all.size(), 9u);  // mute, bypass and the seven signal attributes
+  EXPECT_EQ(all[0], "mute : 0");
+  EXPECT_EQ(all[2], "numinputs : 2");
+  EXPECT_EQ(all[4], "type : recording");
+}
+
+TEST_F(PanObjectTest, AttributeStoreRoundTripsThroughGetvalueofAndSetvalueof) {
+  auto registered = make("@type recording");  // the class exists from here on
+  auto* a = static_cast<zorv_pan_signal_t*>(maxapi_object_new(
+      zorv_pan_class, maxapi_parse_atoms("@numinputs 2 @type recording @interpolationtime 50"),
+      maxapi_console_sink()));
+  auto* b = static_cast<zorv_pan_signal_t*>(maxapi_object_new(
+      zorv_pan_class, maxapi_parse_atoms("@numinputs 2 @type recording"), maxapi_console_sink()));
+  ASSERT_NE(a, nullptr);
+  ASSERT_NE(b, nullptr);
+  t_atom m;
+  atom_setlong(&m, 1);
+  object_attr_setvalueof(a, gensym("mute"), 1, &m);
+  a->sourcespositions[4] = 0.25f;
+
+  long argc = 0;
+  t_atom* argv = nullptr;
+  ASSERT_EQ(nolarmax::nolarmax_getvalueof(&a->ob, &argc, &argv), MAX_ERR_NONE);
+  // name and count for nine attributes, then the values: mute, bypass, four
+  // structural, 2 x 3 source and 4 x 3 speaker coordinates, interpolation.
+  EXPECT_EQ(argc, 2 * 9 + 6 + 6 + 12 + 1);
+  EXPECT_EQ(nolarmax::nolarmax_setvalueof(&b->ob, argc, argv), MAX_ERR_NONE);
+  sysmem_freeptr(argv);
+  EXPECT_EQ(b->ob.mute, 1);
+  EXPECT_EQ(b->interpolationtime, 50.f);
+  EXPECT_EQ(b->sourcespositions[4], 0.25f);
+  // A malformed list stops where it breaks.
+  t_atom bad[3];
+  atom_setsym(bad, gensym("bypass"));
+  atom_setlong(bad + 1, 5);
+  atom_setlong(bad + 2, 1);
+  EXPECT_NE(nolarmax::nolarmax_setvalueof(&b->ob, 3, bad), MAX_ERR_NONE);
+  EXPECT_EQ(b->ob.bypass, 0);
+  object_free(a);
+  object_free(b);
 }
 
 TEST_F(PanObjectTest, LinesOfObjectsWithoutASinkGoToTheProcessConsole) {
