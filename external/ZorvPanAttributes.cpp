@@ -2,13 +2,10 @@
 
 #include <cstddef>
 
+#include "ZorvAmplitudePanning.h"
 #include "ZorvPanObject.h"
 
 namespace {
-
-// The ramp time of position changes (ms) that a box gets unless it says
-// otherwise: the gain-matrix panners' own default.
-double const defaultInterpolationTime = 30.;
 
 method const setter = reinterpret_cast<method>(zorv_pan_set_attr);
 
@@ -81,7 +78,9 @@ void zorv_pan_add_class_attributes(t_class* c) {
                                    offsetof(zorv_pan_signal_t, interpolationtime));
   class_addattr(c, attr);
   attr_addfilter_clip(attr, 0., 200., 1, 1);
-  class_attr_addattr_format(c, name, "default", _sym_float32, 0, "f", defaultInterpolationTime);
+  // The ramp time a box gets unless it says otherwise: the gain-matrix panners' own.
+  class_attr_addattr_format(c, name, "default", _sym_float32, 0, "f",
+                            static_cast<double>(Zorv::AmplitudePanning::DefaultInterpolationTime));
   class_attr_addattr_format(c, name, "label", _sym_symbol, 0, "s",
                             gensym("interpolation time (ramp and delay lines)"));
   class_attr_addattr_parse(c, name, "minvalue", _sym_float32, 0, "0.");
