@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <vector>
 
 #include "NolarCartesianVector.h"
@@ -31,6 +32,11 @@ void ComputeBarycenter(std::vector<CartesianVector> const& points, CartesianVect
 // one); 0 for an empty vector.
 float GetRadiusOfTheLargestSphereEncompassing(std::vector<CartesianVector> const& points,
                                               CartesianVector center);
+
+// True when all three coordinates are finite numbers.
+inline bool IsFinite(CartesianVector const& p) {
+  return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
 
 // The angle between two directions, in radians in [0, pi]. A zero vector
 // against another is measured as the other's azimuth from +x, folded to
