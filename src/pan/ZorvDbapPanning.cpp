@@ -52,9 +52,8 @@ void DbapPanning::SetOmniSpreadFactor(unsigned int source, float percent) {
 
 void DbapPanning::SetDirectionalSpreadFactor(unsigned int source, float* xyz) {
   if (source >= directionalSpread.size() || xyz == nullptr) return;
-  directionalSpread[source] =
-      nolardsp::CartesianVector(spreadFraction(xyz[0]), spreadFraction(xyz[1]),
-                                spreadFraction(xyz[2]));
+  directionalSpread[source] = nolardsp::CartesianVector(
+      spreadFraction(xyz[0]), spreadFraction(xyz[1]), spreadFraction(xyz[2]));
   forceUpdate(false);
 }
 

@@ -45,7 +45,7 @@ class DbapPanning : public AmplitudePanning {
   std::vector<nolardsp::CartesianVector> speakerPositions;
   nolardsp::CartesianVector barycenter;
   SpreadingMode spreadMode;
-  std::vector<float> omniSpread;                           // fraction, per source
+  std::vector<float> omniSpread;                             // fraction, per source
   std::vector<nolardsp::CartesianVector> directionalSpread;  // fractions, per source
   bool muteOutside = false;
 };

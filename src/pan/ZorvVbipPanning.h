@@ -4,7 +4,8 @@
 
 namespace Zorv {
 
-// Vector-based panning with each gain is the square root of its share of the sum of squares, so the squares sum to (sum of gains) / (sum of squares).
+// Vector-based panning with each gain is the square root of its share of the sum of squares, so the
+// squares sum to (sum of gains) / (sum of squares).
 class VbipPanning : public VectorBasedPanning {
  public:
   // A NullPanning below 3 outputs. A failure to build passes to the caller.
