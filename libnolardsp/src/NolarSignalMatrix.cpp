@@ -1,0 +1,155 @@
+#include "NolarSignalMatrix.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "NolarRamp.h"
+#include "NolarVectorOperations.h"
+
+namespace nolardsp {
+
+float const SignalMatrix::DefaultRampTime = 30.f;
+
+namespace {
+
+int cycleLength(float samples) {
+  if (!(samples >= 1.f)) return 0;
+  if (samples >= 2147483520.f) return 2147483520;
+  return static_cast<int>(samples);
+}
+
+}  // namespace
+
+SignalMatrix::SignalMatrix(unsigned int numInputs_, unsigned int numOutputs_)
+    : SignalProcessing(numInputs_, numOutputs_, DefaultSampleRate, 512),
+      startGains(new float[static_cast<std::size_t>(numInputs_) * numOutputs_]()),
+      targetGains(new float[static_cast<std::size_t>(numInputs_) * numOutputs_]()),
+      nextGains(new float[static_cast<std::size_t>(numInputs_) * numOutputs_]()),
+      rampPosition(0),
+      rampLength(cycleLength(0.03f * samplerate)),
+      terms(numInputs_) {}
+
+SignalMatrix::~SignalMatrix() {
+  delete[] startGains;
+  delete[] targetGains;
+  delete[] nextGains;
+}
+
+void SignalMatrix::SetSamplerate(float rate) {
+  if (!(rate > 0.f) || !std::isfinite(rate)) return;
+  float const lengthMs = static_cast<float>(rampLength) * 1000.f / samplerate;
+  float const positionMs = static_cast<float>(rampPosition) * 1000.f / samplerate;
+  rampLength = cycleLength(lengthMs * rate * 0.001f);
+  float const position = 0.001f * rate * positionMs;
+  rampPosition = position >= 1.f ? cycleLength(position) : 0;
+  samplerate = rate;
+}
+
+void SignalMatrix::SetMaxBlockSize(unsigned int maxBlockSize_) {
+  maxBlockSize = maxBlockSize_;
+}
+
+void SignalMatrix::Clear() {}
+
+void SignalMatrix::SetGain(unsigned int input, unsigned int output, float gain) {
+  if (input >= numInputs || output >= numOutputs) return;
+  nextGains[input * numOutputs + output] = gain;
+}
+
+void SignalMatrix::SetGains(float gain) {
+  std::fill(nextGains, nextGains + static_cast<std::size_t>(numInputs) * numOutputs, gain);
+}
+
+void SignalMatrix::SetRampTime(float milliseconds) {
+  rampLength = cycleLength(0.001f * samplerate * milliseconds);
+}
+
+void SignalMatrix::advance() {
+  std::size_t const size = static_cast<std::size_t>(numInputs) * numOutputs;
+  std::copy(targetGains, targetGains + size, startGains);
+  std::copy(nextGains, nextGains + size, targetGains);
+  rampPosition = 0;
+}
+
+void SignalMatrix::Process(float** outputs, float** inputs, unsigned long numSamples,
+                           short const* activeInputs) {
+  ProcessAddingAndClearAtFirstPass(outputs, inputs, numSamples, activeInputs);
+}
+
+void SignalMatrix::ProcessAddingAndClearAtFirstPass(float** outputs, float** inputs,
+                                                    unsigned long numSamples,
+                                                    short const* activeInputs) {
+  bool anyActive = false;
+  for (unsigned int i = 0; i < numInputs && !anyActive; ++i) anyActive = activeInputs[i] != 0;
+  if (!anyActive) {
+    Mute(outputs, numSamples);
+    return;
+  }
+  runCycles(outputs, inputs, numSamples, activeInputs, true);
+}
+
+void SignalMatrix::ProcessAdding(float** outputs, float** inputs, unsigned long numSamples,
+                                 short const* activeInputs) {
+  runCycles(outputs, inputs, numSamples, activeInputs, false);
+}
+
+void SignalMatrix::runCycles(float** outputs, float** inputs, unsigned long numSamples,
+                             short const* activeInputs, bool overwrite) {
+  unsigned long remaining = numSamples;
+  unsigned long offset = 0;
+  while (remaining > 0) {
+    // Only a cycle shortened under the position, or one of no length, gets
+    // here with no samples left in it: it ends now.
+    if (rampPosition >= rampLength) advance();
+    if (rampLength < 1) {
+      mixSegment(outputs, inputs, offset, remaining, activeInputs, overwrite, true);
+      advance();
+      return;
+    }
+    unsigned long const left = static_cast<unsigned long>(rampLength - rampPosition);
+    unsigned long const segment = remaining < left ? remaining : left;
+    mixSegment(outputs, inputs, offset, segment, activeInputs, overwrite, false);
+    rampPosition += static_cast<int>(segment);
+    remaining -= segment;
+    offset += segment;
+    if (rampPosition >= rampLength) advance();
+  }
+}
+
+void SignalMatrix::mixSegment(float** outputs, float** inputs, unsigned long offset,
+                              unsigned long segment, short const* activeInputs, bool overwrite,
+                              bool jump) {
+  unsigned int const m = numOutputs;
+  float const invLength = jump ? 0.f : 1.0f / static_cast<float>(rampLength);
+  float const position = static_cast<float>(rampPosition);
+  float const length = static_cast<float>(segment);
+  for (unsigned int j = 0; j < m; ++j) {
+    unsigned int count = 0;
+    // The first active input writes every output, even with gain 0; after it
+    // an element that is 0 at both ends adds nothing and is skipped.
+    bool mustWrite = overwrite;
+    for (unsigned int i = 0; i < numInputs; ++i) {
+      if (activeInputs[i] == 0) continue;
+      std::size_t const index = static_cast<std::size_t>(i) * m + j;
+      float const end = targetGains[index];
+      float const start = jump ? end : startGains[index];
+      if (start == 0.f && end == 0.f && !mustWrite) continue;
+      mustWrite = false;
+      GainTerm& term = terms[count++];
+      term.input = inputs[i] + offset;
+      if (end == start) {
+        term.gain = end;
+        term.step = 0.f;
+      } else {
+        // Both ends from the cycle position: no error accumulates over blocks.
+        float const a = position * invLength * (end - start) + start;
+        float const b = (length + position) * invLength * (end - start) + start;
+        term.gain = a;
+        term.step = (b - a) / length;
+      }
+    }
+    MixGainTerms(outputs[j] + offset, terms.data(), count, segment, overwrite);
+  }
+}
+
+}  // namespace nolardsp

@@ -1,0 +1,187 @@
+#include "ZorvAmplitudePanning.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+#include "NolarVectorOperations.h"
+
+namespace Zorv {
+
+float const AmplitudePanning::DefaultInterpolationTime = 30.f;
+
+namespace {
+
+// Period length in samples for a time already scaled to samples. Anything
+// under one sample, including NaN, is a period of no length; the clock handles
+// that case explicitly instead of dividing by it.
+int periodLength(float samples) {
+  if (!(samples >= 1.f)) return 0;
+  if (samples >= 2147483520.f) return 2147483520;  // the largest float below INT_MAX
+  return static_cast<int>(samples);
+}
+
+}  // namespace
+
+AmplitudePanning::AmplitudePanning(unsigned int numInputs_, unsigned int numOutputs_)
+    : rampPosition(0), rampLength(0), oneOverRampLength(0.f) {
+  SetNumInputs(numInputs_);
+  numOutputs = numOutputs_;
+  std::size_t const size = static_cast<std::size_t>(numInputs) * numOutputs;
+  startGains.assign(size, 0.f);
+  targetGains.assign(size, 0.f);
+  nextGains.assign(size, 0.f);
+  rampLength = periodLength(0.030000001f * samplerate);
+  oneOverRampLength = rampLength > 0 ? 1.f / static_cast<float>(rampLength) : 0.f;
+}
+
+AmplitudePanning::~AmplitudePanning() = default;
+
+void AmplitudePanning::SetSamplerate(float rate) {
+  if (!(rate > 0.f) || !std::isfinite(rate)) return;
+  // Times, not sample counts, survive a rate change.
+  float const time = static_cast<float>(rampLength) * 1000.f / samplerate;
+  float const position = static_cast<float>(rampPosition) * 1000.f / samplerate;
+  samplerate = rate;
+  SetInterpolationTime(time);
+  float const scaled = position * rate * 0.001f;
+  rampPosition = scaled >= 1.f ? periodLength(scaled) : 0;
+}
+
+void AmplitudePanning::SetMaxBlockSize(unsigned int maxBlockSize_) {
+  maxBlockSize = maxBlockSize_;
+}
+
+void AmplitudePanning::Clear() {}
+
+void AmplitudePanning::SetSourcePosition(unsigned int index,
+                                         nolardsp::CartesianVector const& position, bool) {
+  if (index >= numInputs) return;
+  sourcePositions[index] = position;
+  convert(position, &nextGains[static_cast<std::size_t>(numOutputs) * index], index);
+}
+
+void AmplitudePanning::SetSourcePositions(nolardsp::CartesianVector const* positions) {
+  for (unsigned int i = 0; i < numInputs; ++i) SetSourcePosition(i, positions[i], false);
+}
+
+void AmplitudePanning::SetLoudspeakerPositions(nolardsp::CartesianVector const*) {}
+
+void AmplitudePanning::SetNumInputs(unsigned int n) {
+  numInputs = n;
+  sourcePositions.resize(n, nolardsp::CartesianVector(0.f, 0.f, 0.f));
+  terms.resize(n);
+  ensureMatrixRoom();
+}
+
+void AmplitudePanning::SetNumOutputs(unsigned int m) {
+  numOutputs = m;
+  ensureMatrixRoom();
+}
+
+void AmplitudePanning::SetInterpolationTime(float milliseconds) {
+  rampLength = periodLength((0.001f * samplerate) * milliseconds);
+  oneOverRampLength = rampLength > 0 ? 1.f / static_cast<float>(rampLength) : 0.f;
+}
+
+void AmplitudePanning::ensureMatrixRoom() {
+  std::size_t const size = static_cast<std::size_t>(numInputs) * numOutputs;
+  if (size <= startGains.size()) return;
+  startGains.assign(size, 0.f);
+  targetGains.assign(size, 0.f);
+  nextGains.assign(size, 0.f);
+}
+
+void AmplitudePanning::rotate() {
+  std::copy(targetGains.begin(), targetGains.end(), startGains.begin());
+  std::copy(nextGains.begin(), nextGains.end(), targetGains.begin());
+  rampPosition = 0;
+}
+
+void AmplitudePanning::Process(float** outputs, float** inputs, unsigned long numSamples,
+                               short const* activeInputs) {
+  ProcessAddingAndClearAtFirstPass(outputs, inputs, numSamples, activeInputs);
+}
+
+void AmplitudePanning::ProcessAddingAndClearAtFirstPass(float** outputs, float** inputs,
+                                                        unsigned long numSamples,
+                                                        short const* activeInputs) {
+  bool anyActive = false;
+  for (unsigned int i = 0; i < numInputs && !anyActive; ++i) anyActive = activeInputs[i] != 0;
+  if (!anyActive) {
+    // Nothing connected: silence, and the clock waits.
+    Mute(outputs, numSamples);
+    return;
+  }
+  runClock(outputs, inputs, numSamples, activeInputs, true);
+}
+
+void AmplitudePanning::ProcessAdding(float** outputs, float** inputs, unsigned long numSamples,
+                                     short const* activeInputs) {
+  runClock(outputs, inputs, numSamples, activeInputs, false);
+}
+
+void AmplitudePanning::runClock(float** outputs, float** inputs, unsigned long numSamples,
+                                short const* activeInputs, bool overwrite) {
+  unsigned long remaining = numSamples;
+  unsigned long offset = 0;
+  while (remaining > 0) {
+    // Normally the rotation below keeps the position inside the period. A
+    // period shortened under the position, or one of no length, ends here.
+    if (rampPosition >= rampLength) rotate();
+    if (rampLength < 1) {
+      // A period of no length: the rest of the block stands at the target
+      // gains, and the next period ends at once.
+      mixChunk(outputs, inputs, offset, remaining, activeInputs, overwrite, true);
+      rotate();
+      return;
+    }
+    unsigned long const left = static_cast<unsigned long>(rampLength - rampPosition);
+    unsigned long const c = remaining < left ? remaining : left;
+    mixChunk(outputs, inputs, offset, c, activeInputs, overwrite, false);
+    rampPosition += static_cast<int>(c);
+    remaining -= c;
+    offset += c;
+    if (rampPosition >= rampLength) rotate();
+  }
+}
+
+void AmplitudePanning::mixChunk(float** outputs, float** inputs, unsigned long offset,
+                                unsigned long c, short const* activeInputs, bool overwrite,
+                                bool jump) {
+  unsigned int const m = numOutputs;
+  float const position = static_cast<float>(rampPosition);
+  float const length = static_cast<float>(c);
+  float const* const start = startGains.data();
+  float const* const target = targetGains.data();
+  for (unsigned int j = 0; j < m; ++j) {
+    unsigned int count = 0;
+    // In Process the first active input writes every output, whatever its
+    // gain; every other element whose gains are 0 at both ends adds nothing.
+    bool mustWrite = overwrite;
+    for (unsigned int i = 0; i < numInputs; ++i) {
+      if (activeInputs[i] == 0) continue;
+      std::size_t const index = static_cast<std::size_t>(m) * i + j;
+      float const t = target[index];
+      float const s = jump ? t : start[index];
+      if (s == 0.f && t == 0.f && !mustWrite) continue;
+      mustWrite = false;
+      nolardsp::GainTerm& term = terms[count++];
+      term.input = inputs[i] + offset;
+      if (t == s) {
+        term.gain = t;
+        term.step = 0.f;
+      } else {
+        // Both ends of the chunk lie on the line of the whole period, so a
+        // block boundary in mid-period does not bend it.
+        float const g0 = position * oneOverRampLength * (t - s) + s;
+        float const g1 = (position + length) * oneOverRampLength * (t - s) + s;
+        term.gain = g0;
+        term.step = (g1 - g0) / length;
+      }
+    }
+    nolardsp::MixGainTerms(outputs[j] + offset, terms.data(), count, c, overwrite);
+  }
+}
+
+}  // namespace Zorv
