@@ -57,7 +57,7 @@ double chooseSamplerate(RenderOptions const& options,
 }
 
 int run(RenderOptions const& options, ObjectFactory const& factory, Console& console,
-        std::ostream& err, std::function<bool()> const& interrupted) {
+        std::ostream& err, std::function<bool()> const& interrupted, RenderReport* reportOut) {
   std::string const boxText = NormaliseBoxText(options.boxText);
   if (options.blockSize < 1 || options.blockSize > 4096) {
     throw RenderError(ExitUsage, "--blocksize " + std::to_string(options.blockSize) +
@@ -157,6 +157,9 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
     report = Render(*object, sources, output, timed, settings, hooks);
   }
   console.SetOrigin("");
+  if (reportOut != nullptr) {
+    *reportOut = report;
+  }
   if (bar && !report.stopped) {
     bar->Finish();
   }
@@ -182,8 +185,7 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
     double const rendered = static_cast<double>(numFrames) / samplerate;
     std::ostringstream summary;
     summary << "wrote " << options.output << ": " << object->NumOutlets() << " channel(s), "
-            << seconds(rendered) << " at " << hertz(samplerate) << ", "
-            << DescribeOutputFormat(output.Format());
+            << seconds(rendered) << " at " << hertz(samplerate) << ", " << output.Description();
     if (report.totalSeconds > 0. && rendered > 0.) {
       char speed[64];
       std::snprintf(speed, sizeof(speed), "; %.1fx real time", rendered / report.totalSeconds);
@@ -197,10 +199,10 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
 }  // namespace
 
 int RunRender(RenderOptions const& options, ObjectFactory const& factory, std::ostream& err,
-              std::function<bool()> const& interrupted) {
+              std::function<bool()> const& interrupted, RenderReport* report) {
   Console console(err);
   try {
-    return run(options, factory, console, err, interrupted);
+    return run(options, factory, console, err, interrupted, report);
   } catch (RenderError const& error) {
     console.SetOrigin("");
     console.Renderer(ConsoleSeverity::Error, error.what());

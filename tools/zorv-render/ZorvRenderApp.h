@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "ZorvRenderLoop.h"
 #include "ZorvRenderObject.h"
 
 namespace zorvrender {
@@ -31,8 +32,9 @@ struct RenderOptions {
 // Runs one render: checks every input before anything is written, makes the
 // object, renders into a temporary file and puts it in place only when all went
 // well. Every line goes to err. Returns the exit code (ZorvRenderError.h).
-// interrupted is polled between blocks.
+// interrupted is polled between blocks; report, when given, receives where
+// the time went.
 int RunRender(RenderOptions const& options, ObjectFactory const& factory, std::ostream& err,
-              std::function<bool()> const& interrupted = {});
+              std::function<bool()> const& interrupted = {}, RenderReport* report = nullptr);
 
 }  // namespace zorvrender

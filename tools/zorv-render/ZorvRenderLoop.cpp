@@ -90,7 +90,9 @@ RenderReport Render(RenderObject& object, std::vector<Source*> const& sources, S
     if (hooks.beforeMessage) {
       hooks.beforeMessage(message.origin);
     }
+    auto const start = Clock::now();
     object.SendMessage(message.text);
+    report.messageSeconds += secondsSince(start);
     ++report.messagesSent;
   };
   auto process = [&](unsigned int offset, unsigned int length) {

@@ -47,7 +47,8 @@ struct RenderReport {
   size_t messagesAfterEnd = 0;
   // Where the time went, in seconds of wall clock.
   double readSeconds = 0.;
-  double objectSeconds = 0.;
+  double objectSeconds = 0.;   // blocks
+  double messageSeconds = 0.;  // timed messages
   double writeSeconds = 0.;
   double totalSeconds = 0.;
 };

@@ -83,7 +83,7 @@ std::string DescribeOutputFormat(int format) {
   std::string container;
   switch (format & SF_FORMAT_TYPEMASK) {
     case SF_FORMAT_RF64:
-      container = "WAV (RF64 above 4 GB)";
+      container = "RF64";
       break;
     case SF_FORMAT_WAV:
       container = "WAV";
@@ -147,6 +147,7 @@ OutputFile::OutputFile(std::string const& path, unsigned int numChannels, double
     throw RenderError(ExitBadOutput, path + ": cannot write the output: " + reason);
   }
   if (extensionOf(path) == "wav") {
+    wavUnlessHuge = true;
     sf_command(file, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
   }
   // Integer files clip what goes beyond full scale rather than wrap it.
@@ -187,6 +188,13 @@ void OutputFile::Write(float const* const* channels, unsigned int numFrames) {
     }
     done += n;
   }
+}
+
+std::string OutputFile::Description() const {
+  if (wavUnlessHuge) {
+    return DescribeOutputFormat((format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_WAV);
+  }
+  return DescribeOutputFormat(format);
 }
 
 void OutputFile::Commit() {

@@ -39,6 +39,8 @@ class OutputFile final : public Sink {
   void Commit();
 
   int Format() const { return format; }
+  // What was written, e.g. "WAV, 32-bit float".
+  std::string Description() const;
   std::string const& TemporaryPath() const { return temporaryPath; }
 
  private:
@@ -51,6 +53,7 @@ class OutputFile final : public Sink {
   int format = 0;
   SNDFILE* file = nullptr;
   bool committed = false;
+  bool wavUnlessHuge = false;
   std::vector<float> interleaved;
 };
 
