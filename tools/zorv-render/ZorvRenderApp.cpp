@@ -3,6 +3,7 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <sstream>
@@ -62,6 +63,10 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
   if (options.blockSize < 1 || options.blockSize > 4096) {
     throw RenderError(ExitUsage, "--blocksize " + std::to_string(options.blockSize) +
                                      ": give a value from 1 to 4096");
+  }
+  if (options.samplerate != std::floor(options.samplerate)) {
+    throw RenderError(ExitUsage, "--samplerate " + hertz(options.samplerate) +
+                                     ": audio files take a whole number of hertz");
   }
   if (options.demo && !options.inputs.empty()) {
     throw RenderError(ExitUsage, "--demo brings its own source: give it without --input");
