@@ -29,7 +29,11 @@ std::string FormatObjectLine(std::string const& origin, ConsoleSeverity severity
   if (!origin.empty()) {
     line = origin + ": ";
   }
-  return line + "zorv.pan~: " + severityWord(severity) + text;
+  // Some host texts start with the object's name already ("zorv.pan~: doesn't
+  // understand ..."); the line names it once.
+  std::string const name = "zorv.pan~: ";
+  bool const named = text.compare(0, name.size(), name) == 0;
+  return line + name + severityWord(severity) + (named ? text.substr(name.size()) : text);
 }
 
 Console::Console(std::ostream& out) : out(out) {}
