@@ -324,8 +324,9 @@ void tile(float* o, float* p, float* const* inputs, unsigned long offset, unsign
 //
 // On x86-64 this is built once per vector width and the widest the processor
 // runs is picked at load time. The clones do the same operations in the same
-// order, so every processor computes the same samples.
-#if defined(__GNUC__) && defined(__x86_64__)
+// order, so every processor computes the same samples (defining
+// NOLAR_MIX_NO_CLONES builds one version only, to check exactly that).
+#if defined(__GNUC__) && defined(__x86_64__) && !defined(NOLAR_MIX_NO_CLONES)
 __attribute__((target_clones("avx512f", "avx2", "default"), flatten))
 #endif
 void mixTerms(float* output, float* const* inputs, unsigned long offset, unsigned int const* index,
@@ -368,7 +369,7 @@ void mixTerms(float* output, float* const* inputs, unsigned long offset, unsigne
 // mixTerms for two outputs with the same index list: gains g and h, steps s
 // and t (null when every gain stands). Groups of four and then single terms;
 // how terms are grouped never changes a sample, only the loads.
-#if defined(__GNUC__) && defined(__x86_64__)
+#if defined(__GNUC__) && defined(__x86_64__) && !defined(NOLAR_MIX_NO_CLONES)
 __attribute__((target_clones("avx512f", "avx2", "default"), flatten))
 #endif
 void mixPairTerms(float* output, float* other, float* const* inputs, unsigned long offset,
