@@ -64,8 +64,7 @@ class PanObject {
   // Runs the perform routine once. inputs holds NumInlets() and outputs
   // NumOutlets() channels of numSamples each; numSamples is at most the block
   // size given to StartDsp (0 means that block size). StartDsp must come first.
-  void ProcessBlock(float const* const* inputs, float* const* outputs,
-                    unsigned int numSamples = 0);
+  void ProcessBlock(float const* const* inputs, float* const* outputs, unsigned int numSamples = 0);
 
   // The value of an attribute as atom texts (e.g. {"vbap2d"} or {"30."}); empty
   // when the object has no such attribute.
