@@ -38,12 +38,30 @@ bench: deps configure
 	cmake --build $(BUILD) -j $(JOBS) --target zorv_bench
 	$(BUILD)/bench/zorv_bench $(BENCH_ARGS)
 
-demo: deps configure
-	cmake --build $(BUILD) -j $(JOBS)
-	@if [ -x $(BUILD)/tools/zorv-render/zorv-render ]; then \
-		mkdir -p demo && $(BUILD)/tools/zorv-render/zorv-render --demo -o demo/demo.wav "@numinputs 1 @numoutputs 8 @type vbap2d" ; \
+DEMO_RENDER = $(BUILD)/tools/zorv-render/zorv-render
+DEMO_FILE   = demo/zorv-demo-ring8.wav
+DEMO_BOX    = @numinputs 1 @numoutputs 8 @type vbap2d
+
+# The demonstration: a synthesised source circling the listener once in 8 s,
+# on a ring of 8 speakers. The renderer is built only when the object's library
+# is there; until a panner exists the object refuses the box, and says so.
+demo: deps
+	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release $(CMAKE_ARGS)
+	@if ninja -C $(BUILD) -t targets all 2>/dev/null | grep -q '^zorv-render:'; then \
+		cmake --build $(BUILD) -j $(JOBS) --target zorv-render || exit 1; \
+		mkdir -p demo; \
+		$(DEMO_RENDER) --demo --bits 16 -o $(DEMO_FILE) "$(DEMO_BOX)" || exit 1; \
+		echo; \
+		echo "Wrote $(DEMO_FILE): 8 channels, one per speaker of a ring at"; \
+		echo "  -45 0 45 90 135 180 -135 -90 degrees (0 is in front, angles grow clockwise);"; \
+		echo "  a source of plucked notes and ticks goes once around you in 8 seconds."; \
+		echo "Listen on 8 speakers placed so, through an 8-channel device, e.g. (alsa-utils):"; \
+		echo "  aplay -D <your 8-channel device> $(DEMO_FILE)"; \
+		echo "On headphones or two speakers, fold it to stereo first, e.g. with sox:"; \
+		echo "  sox $(DEMO_FILE) demo/zorv-demo-stereo.wav remix 1,2v0.5,6v0.5,7,8 2v0.5,3,4,5,6v0.5"; \
+		echo "  (left and right survive, front and back do not), then play it with any player."; \
 	else \
-		echo "zorv-render is not built yet: the offline renderer is still to come."; \
+		echo "zorv-render is not built: the object's library (external/) is not there yet."; \
 	fi
 
 format:
