@@ -121,11 +121,12 @@ class PanObjectTest : public ::testing::Test {
 
 using Texts = std::vector<std::string>;
 
-TEST_F(PanObjectTest, BoxOfAnUnbuiltTypeMakesNoObjectAndSaysWhy) {
-  // Without the test factory: an empty box (type "angular", not built yet) is
-  // unsupported, and so is a built method given a count it cannot serve.
+TEST_F(PanObjectTest, BoxThatCannotBeBuiltMakesNoObjectAndSaysWhy) {
+  // Through the real factory: channel counts that the method cannot serve.
   zorv_pan_set_factory_for_tests(nullptr);
-  for (char const* box : {"", "zorv.pan~", "zorv.pan~ @numinputs 2 @numoutputs 2 @type vbap"}) {
+  for (char const* box :
+       {"@type vbap2d @numoutputs 1", "zorv.pan~ @type vbap @numoutputs 2",
+        "@numinputs 2 @numoutputs 8 @type hoa3d", "@type binaural @numoutputs 3"}) {
     EXPECT_EQ(make(box), nullptr) << box;
     ASSERT_EQ(lines.size(), 1u) << box;
     EXPECT_EQ(lines[0].severity, Severity::Error);
