@@ -28,8 +28,16 @@ std::string quote(std::string const& word) {
   return quoted + "'";
 }
 
-Outcome runRender(TempDir const& dir, std::vector<std::string> const& args) {
+// A box the object refuses leaves its half-made instance abandoned, as a host
+// does; a sanitizer build must not count that as the renderer's leak.
+enum class Creation { MustSucceed, MayFail };
+
+Outcome runRender(TempDir const& dir, std::vector<std::string> const& args,
+                  Creation creation = Creation::MustSucceed) {
   std::string command = quote(ZORV_RENDER_BINARY);
+  if (creation == Creation::MayFail) {
+    command = "ASAN_OPTIONS=\"$ASAN_OPTIONS:detect_leaks=0\" " + command;
+  }
   for (auto const& arg : args) {
     command += " " + quote(arg);
   }
@@ -66,7 +74,8 @@ class RenderEndToEndTest : public ::testing::TestWithParam<std::string> {
                               "# to the next speaker, clockwise\n0.512 source 1 aed 45 0 1\n");
     // The render needs a panner of this type and the coordinate grammar; until
     // both are in the object these tests wait. Any other refusal is a failure.
-    Outcome probe = runRender(dir, {"-q", "-d", "0.01", "-o", dir / "probe.wav", box});
+    Outcome probe =
+        runRender(dir, {"-q", "-d", "0.01", "-o", dir / "probe.wav", box}, Creation::MayFail);
     if (probe.code == 3 &&
         probe.err.find("Unsupported panning configuration") != std::string::npos) {
       GTEST_SKIP() << "no " << GetParam() << " panner yet: " << probe.err;
@@ -183,8 +192,8 @@ class RenderEndToEndFailureTest : public ::testing::Test {
 
 TEST_F(RenderEndToEndFailureTest, AnUnknownTypeMakesNoObject) {
 #ifdef ZORV_RENDER_BINARY
-  Outcome const outcome =
-      runRender(dir, {"-d", "0.1", "-o", dir / "out.wav", "zorv.pan~ @type nosuchtype"});
+  Outcome const outcome = runRender(
+      dir, {"-d", "0.1", "-o", dir / "out.wav", "zorv.pan~ @type nosuchtype"}, Creation::MayFail);
   EXPECT_EQ(outcome.code, 3);
   EXPECT_EQ(outcome.err,
             "zorv.pan~: error: Unsupported panning configuration\n"
