@@ -26,8 +26,10 @@ SignalMatrix::SignalMatrix(unsigned int numInputs_, unsigned int numOutputs_)
       targetGains(new float[static_cast<std::size_t>(numInputs_) * numOutputs_]()),
       nextGains(new float[static_cast<std::size_t>(numInputs_) * numOutputs_]()),
       rampPosition(0),
-      rampLength(cycleLength(0.03f * samplerate)),
-      terms(numInputs_) {}
+      rampLength(cycleLength(0.03f * samplerate)) {
+  mixer.Resize(numInputs, numOutputs);
+  mixer.SetPeriod(startGains, targetGains);
+}
 
 SignalMatrix::~SignalMatrix() {
   delete[] startGains;
@@ -69,6 +71,7 @@ void SignalMatrix::advance() {
   std::copy(targetGains, targetGains + size, startGains);
   std::copy(nextGains, nextGains + size, targetGains);
   rampPosition = 0;
+  mixer.SetPeriod(startGains, targetGains);
 }
 
 void SignalMatrix::Process(float** outputs, float** inputs, unsigned long numSamples,
@@ -98,57 +101,24 @@ void SignalMatrix::runCycles(float** outputs, float** inputs, unsigned long numS
   unsigned long remaining = numSamples;
   unsigned long offset = 0;
   while (remaining > 0) {
+    // Read once per segment: SetRampTime may run on another thread.
+    int const length = rampLength;
     // Only a cycle shortened under the position, or one of no length, gets
     // here with no samples left in it: it ends now.
-    if (rampPosition >= rampLength) advance();
-    if (rampLength < 1) {
-      mixSegment(outputs, inputs, offset, remaining, activeInputs, overwrite, true);
+    if (rampPosition >= length) advance();
+    if (length < 1) {
+      mixer.Mix(outputs, inputs, offset, remaining, 0, 0.f, activeInputs, overwrite, true);
       advance();
       return;
     }
-    unsigned long const left = static_cast<unsigned long>(rampLength - rampPosition);
+    unsigned long const left = static_cast<unsigned long>(length - rampPosition);
     unsigned long const segment = remaining < left ? remaining : left;
-    mixSegment(outputs, inputs, offset, segment, activeInputs, overwrite, false);
+    mixer.Mix(outputs, inputs, offset, segment, rampPosition, 1.0f / static_cast<float>(length),
+              activeInputs, overwrite, false);
     rampPosition += static_cast<int>(segment);
     remaining -= segment;
     offset += segment;
-    if (rampPosition >= rampLength) advance();
-  }
-}
-
-void SignalMatrix::mixSegment(float** outputs, float** inputs, unsigned long offset,
-                              unsigned long segment, short const* activeInputs, bool overwrite,
-                              bool jump) {
-  unsigned int const m = numOutputs;
-  float const invLength = jump ? 0.f : 1.0f / static_cast<float>(rampLength);
-  float const position = static_cast<float>(rampPosition);
-  float const length = static_cast<float>(segment);
-  for (unsigned int j = 0; j < m; ++j) {
-    unsigned int count = 0;
-    // The first active input writes every output, even with gain 0; after it
-    // an element that is 0 at both ends adds nothing and is skipped.
-    bool mustWrite = overwrite;
-    for (unsigned int i = 0; i < numInputs; ++i) {
-      if (activeInputs[i] == 0) continue;
-      std::size_t const index = static_cast<std::size_t>(i) * m + j;
-      float const end = targetGains[index];
-      float const start = jump ? end : startGains[index];
-      if (start == 0.f && end == 0.f && !mustWrite) continue;
-      mustWrite = false;
-      GainTerm& term = terms[count++];
-      term.input = inputs[i] + offset;
-      if (end == start) {
-        term.gain = end;
-        term.step = 0.f;
-      } else {
-        // Both ends from the cycle position: no error accumulates over blocks.
-        float const a = position * invLength * (end - start) + start;
-        float const b = (length + position) * invLength * (end - start) + start;
-        term.gain = a;
-        term.step = (b - a) / length;
-      }
-    }
-    MixGainTerms(outputs[j] + offset, terms.data(), count, segment, overwrite);
+    if (rampPosition >= length) advance();
   }
 }
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "NolarGainMix.h"
+#include "NolarGainMatrixMixer.h"
 #include "NolarSignalProcessing.h"
 
 namespace nolardsp {
@@ -71,8 +71,6 @@ class SignalMatrix : public SignalProcessing {
  private:
   void runCycles(float** outputs, float** inputs, unsigned long numSamples,
                  short const* activeInputs, bool overwrite);
-  void mixSegment(float** outputs, float** inputs, unsigned long offset, unsigned long segment,
-                  short const* activeInputs, bool overwrite, bool jump);
   void advance();
 
   float* startGains;
@@ -80,8 +78,8 @@ class SignalMatrix : public SignalProcessing {
   float* nextGains;
   int rampPosition;
   int rampLength;
-  // The terms of the output being mixed; sized with the inputs.
-  std::vector<GainTerm> terms;
+  // Renders the segments; reads start and target afresh at every advance.
+  GainMatrixMixer mixer;
 };
 
 }  // namespace nolardsp

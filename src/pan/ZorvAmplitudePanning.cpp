@@ -31,6 +31,8 @@ AmplitudePanning::AmplitudePanning(unsigned int numInputs_, unsigned int numOutp
   startGains.assign(size, 0.f);
   targetGains.assign(size, 0.f);
   nextGains.assign(size, 0.f);
+  mixer.Resize(numInputs, numOutputs);
+  mixer.SetPeriod(startGains.data(), targetGains.data());
   rampLength = periodLength(0.030000001f * samplerate);
   oneOverRampLength = rampLength > 0 ? 1.f / static_cast<float>(rampLength) : 0.f;
 }
@@ -70,7 +72,6 @@ void AmplitudePanning::SetLoudspeakerPositions(nolardsp::CartesianVector const*)
 void AmplitudePanning::SetNumInputs(unsigned int n) {
   numInputs = n;
   sourcePositions.resize(n, nolardsp::CartesianVector(0.f, 0.f, 0.f));
-  terms.resize(n);
   ensureMatrixRoom();
 }
 
@@ -86,16 +87,21 @@ void AmplitudePanning::SetInterpolationTime(float milliseconds) {
 
 void AmplitudePanning::ensureMatrixRoom() {
   std::size_t const size = static_cast<std::size_t>(numInputs) * numOutputs;
-  if (size <= startGains.size()) return;
-  startGains.assign(size, 0.f);
-  targetGains.assign(size, 0.f);
-  nextGains.assign(size, 0.f);
+  if (size > startGains.size()) {
+    startGains.assign(size, 0.f);
+    targetGains.assign(size, 0.f);
+    nextGains.assign(size, 0.f);
+  }
+  // The layout follows numOutputs, so the mixer reads the period afresh.
+  mixer.Resize(numInputs, numOutputs);
+  mixer.SetPeriod(startGains.data(), targetGains.data());
 }
 
 void AmplitudePanning::rotate() {
   std::copy(targetGains.begin(), targetGains.end(), startGains.begin());
   std::copy(nextGains.begin(), nextGains.end(), targetGains.begin());
   rampPosition = 0;
+  mixer.SetPeriod(startGains.data(), targetGains.data());
 }
 
 void AmplitudePanning::Process(float** outputs, float** inputs, unsigned long numSamples,
@@ -126,61 +132,27 @@ void AmplitudePanning::runClock(float** outputs, float** inputs, unsigned long n
   unsigned long remaining = numSamples;
   unsigned long offset = 0;
   while (remaining > 0) {
+    // The period length is read once per chunk: a message thread may change
+    // it at any time, and a chunk must see one value.
+    int const length = rampLength;
     // Normally the rotation below keeps the position inside the period. A
     // period shortened under the position, or one of no length, ends here.
-    if (rampPosition >= rampLength) rotate();
-    if (rampLength < 1) {
+    if (rampPosition >= length) rotate();
+    if (length < 1) {
       // A period of no length: the rest of the block stands at the target
       // gains, and the next period ends at once.
-      mixChunk(outputs, inputs, offset, remaining, activeInputs, overwrite, true);
+      mixer.Mix(outputs, inputs, offset, remaining, 0, 0.f, activeInputs, overwrite, true);
       rotate();
       return;
     }
-    unsigned long const left = static_cast<unsigned long>(rampLength - rampPosition);
+    unsigned long const left = static_cast<unsigned long>(length - rampPosition);
     unsigned long const c = remaining < left ? remaining : left;
-    mixChunk(outputs, inputs, offset, c, activeInputs, overwrite, false);
+    mixer.Mix(outputs, inputs, offset, c, rampPosition, 1.f / static_cast<float>(length),
+              activeInputs, overwrite, false);
     rampPosition += static_cast<int>(c);
     remaining -= c;
     offset += c;
-    if (rampPosition >= rampLength) rotate();
-  }
-}
-
-void AmplitudePanning::mixChunk(float** outputs, float** inputs, unsigned long offset,
-                                unsigned long c, short const* activeInputs, bool overwrite,
-                                bool jump) {
-  unsigned int const m = numOutputs;
-  float const position = static_cast<float>(rampPosition);
-  float const length = static_cast<float>(c);
-  float const* const start = startGains.data();
-  float const* const target = targetGains.data();
-  for (unsigned int j = 0; j < m; ++j) {
-    unsigned int count = 0;
-    // In Process the first active input writes every output, whatever its
-    // gain; every other element whose gains are 0 at both ends adds nothing.
-    bool mustWrite = overwrite;
-    for (unsigned int i = 0; i < numInputs; ++i) {
-      if (activeInputs[i] == 0) continue;
-      std::size_t const index = static_cast<std::size_t>(m) * i + j;
-      float const t = target[index];
-      float const s = jump ? t : start[index];
-      if (s == 0.f && t == 0.f && !mustWrite) continue;
-      mustWrite = false;
-      nolardsp::GainTerm& term = terms[count++];
-      term.input = inputs[i] + offset;
-      if (t == s) {
-        term.gain = t;
-        term.step = 0.f;
-      } else {
-        // Both ends of the chunk lie on the line of the whole period, so a
-        // block boundary in mid-period does not bend it.
-        float const g0 = position * oneOverRampLength * (t - s) + s;
-        float const g1 = (position + length) * oneOverRampLength * (t - s) + s;
-        term.gain = g0;
-        term.step = (g1 - g0) / length;
-      }
-    }
-    nolardsp::MixGainTerms(outputs[j] + offset, terms.data(), count, c, overwrite);
+    if (rampPosition >= length) rotate();
   }
 }
 

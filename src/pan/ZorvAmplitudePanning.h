@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "NolarCartesianVector.h"
-#include "NolarGainMix.h"
+#include "NolarGainMatrixMixer.h"
 #include "ZorvPan.h"
 
 namespace Zorv {
@@ -57,7 +57,11 @@ class AmplitudePanning : public Pan {
 
   // Overwrites the outputs with the mix. With no active input (or no input at
   // all) the outputs are zeroed and the clock stands still, so a pending
-  // change waits until an input is active again.
+  // change waits until an input is active again. Elements whose gains are 0
+  // at both ends of the period cost nothing and add nothing; an output that no
+  // active input reaches is zeroed. Each output is the sum over its inputs in
+  // ascending order; within a chunk the gain of sample k is g0 + k * step,
+  // both ends taken from the line of the whole period.
   void Process(float** outputs, float** inputs, unsigned long numSamples,
                short const* activeInputs) override;
   // Adds the mix into the outputs. The clock runs whichever inputs are active.
@@ -119,7 +123,8 @@ class AmplitudePanning : public Pan {
                        unsigned int source) = 0;
 
   // Gains at the start and at the end of the present period. Written by the
-  // audio thread only (at a rotation).
+  // audio thread only (at a rotation); a derived class writes nextGains and
+  // never these two.
   std::vector<float> startGains;
   std::vector<float> targetGains;
   // The latest answers of convert(); taken up at the next period boundary.
@@ -135,21 +140,16 @@ class AmplitudePanning : public Pan {
   // The chunk loop shared by Process (overwrite) and ProcessAdding.
   void runClock(float** outputs, float** inputs, unsigned long numSamples,
                 short const* activeInputs, bool overwrite);
-  // Mixes one chunk of c samples at offset into the vectors; with jump the
-  // gains stand at targetGains (a period of no length).
-  void mixChunk(float** outputs, float** inputs, unsigned long offset, unsigned long c,
-                short const* activeInputs, bool overwrite, bool jump);
   // startGains <- targetGains <- nextGains; rampPosition := 0.
   void rotate();
   // Grows the three matrices (zeroed) when numInputs * numOutputs exceeds them.
   void ensureMatrixRoom();
 
-  // Per-chunk mixing state, sized with the input count so that the block
-  // routines allocate nothing: the terms of the output being mixed, one per
-  // contributing input, ascending. The mix runs output by output, and the
-  // first term of each output writes it (in Process), so no per-chunk
-  // "written" flags are needed.
-  std::vector<nolardsp::GainTerm> terms;
+  // Renders the chunks. It keeps, per period, each output's contributing
+  // inputs and their gains (handed over at every rotation), so a chunk costs
+  // the elements that sound plus the sample loops. Sized with the channel
+  // counts; allocates nothing in the block routines.
+  nolardsp::GainMatrixMixer mixer;
 };
 
 }  // namespace Zorv

@@ -3,7 +3,13 @@
 #include <exception>
 #include <map>
 
+#include "ZorvDbapPanning2D.h"
+#include "ZorvDbapPanning3D.h"
 #include "ZorvNullPanning.h"
+#include "ZorvVDbapPanning.h"
+#include "ZorvVbap2DPanning.h"
+#include "ZorvVbapPanning.h"
+#include "ZorvVbipPanning.h"
 
 namespace Zorv {
 
@@ -129,11 +135,11 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::Angular:
       return notBuiltYet(numInputs, numOutputs);  // AngularPanning
     case Pan::Vbap2D:
-      return notBuiltYet(numInputs, numOutputs);  // Vbap2DPanning
+      return Vbap2DPanning::Create(numInputs, numOutputs);
     case Pan::Dbap:
-      return notBuiltYet(numInputs, numOutputs);  // DbapPanning2D
+      return DbapPanning2D::Create(numInputs, numOutputs);
     case Pan::Dbap3D:
-      return notBuiltYet(numInputs, numOutputs);  // DbapPanning3D
+      return DbapPanning3D::Create(numInputs, numOutputs);
     case Pan::BFormat:
       return notBuiltYet(numInputs, numOutputs);  // AmbisonicPanning
     case Pan::HOA2D:
@@ -141,7 +147,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::HOA3D:
       return notBuiltYet(numInputs, numOutputs);  // HOA3DPanning
     case Pan::VDbap:
-      return notBuiltYet(numInputs, numOutputs);  // VDbapPanning
+      return VDbapPanning::Create(numInputs, numOutputs);
     case Pan::NFCHOA2D:
       return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning2D
     case Pan::NFCHOA3D:
@@ -156,8 +162,8 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
 // The vector-based 3-D panners are built outside the guard: an exception from
 // them reaches the caller.
 Pan* createUnguarded(unsigned int numInputs, unsigned int numOutputs, Pan::Type type) {
-  if (type == Pan::Vbap) return notBuiltYet(numInputs, numOutputs);  // VbapPanning
-  return notBuiltYet(numInputs, numOutputs);                         // VbipPanning
+  if (type == Pan::Vbap) return VbapPanning::Create(numInputs, numOutputs);
+  return VbipPanning::Create(numInputs, numOutputs);
 }
 
 }  // namespace

@@ -17,7 +17,9 @@ using Zorv::Speakers;
 using Zorv::UserAzimuthToInternal;
 
 // The user's azimuth of a point in the internal frame, for the layouts below.
-float userAzimuthOf(CartesianVector const& p) { return InternalToUserAzimuth(p.x, p.y); }
+float userAzimuthOf(CartesianVector const& p) {
+  return InternalToUserAzimuth(p.x, p.y);
+}
 
 TEST(UserAngles, FrontRightBackLeftLandWhereTheUserExpects) {
   // Clockwise from the front: 0 is +y, 90 is +x (right), -90 is -x (left), 180 is -y.

@@ -42,13 +42,14 @@ template <typename T>
 Complex<T> mul(Complex<T> a, Complex<T> b) {
   return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
 }
+// Modulus in the entry's own precision, without overflow of the squares.
 template <typename T>
-double squaredModulus(T a) {
-  return static_cast<double>(a) * static_cast<double>(a);
+T modulus(T a) {
+  return std::fabs(a);
 }
 template <typename T>
-double squaredModulus(Complex<T> a) {
-  return squaredModulus(a.re) + squaredModulus(a.im);
+T modulus(Complex<T> a) {
+  return std::hypot(a.re, a.im);
 }
 template <typename T>
 bool isPositive(T a, bool strict) {
@@ -258,12 +259,10 @@ void Matrix<T>::SubMatrixBySize(Matrix& result, unsigned int firstRow, unsigned 
 template <typename T>
 bool Matrix<T>::IsSymmetric(float tolerance) const {
   if (numRows != numColumns) return false;
-  double const limit = static_cast<double>(tolerance) * static_cast<double>(tolerance);
   for (unsigned int r = 0; r < numRows; ++r)
     for (unsigned int c = r + 1; c < numColumns; ++c) {
-      double const d = squaredModulus(sub(data[r][c], data[c][r]));
       // Written so that a NaN entry is never symmetric.
-      if (!(d <= limit) || tolerance < 0.f) return false;
+      if (!(modulus(sub(data[r][c], data[c][r])) <= tolerance)) return false;
     }
   return true;
 }
@@ -384,24 +383,33 @@ bool Matrix<T>::SaveAs(char const* path, unsigned int precision, char const* nam
 
 namespace {
 
-template <typename T>
-double sumOfSquaredModuli(Matrix<T> const& m) {
-  double sum = 0.0;
+// Scaled by the largest modulus so that the squares neither overflow nor
+// underflow in the entry's precision.
+template <typename T, typename Real>
+Real frobenius(Matrix<T> const& m) {
+  Real largest = 0;
   for (auto const& row : m.GetData())
-    for (auto const& v : row) sum += squaredModulus(v);
-  return sum;
+    for (auto const& v : row) largest = std::max(largest, static_cast<Real>(modulus(v)));
+  if (largest == Real(0) || !std::isfinite(largest)) return largest;
+  Real sum = 0;
+  for (auto const& row : m.GetData())
+    for (auto const& v : row) {
+      Real const ratio = static_cast<Real>(modulus(v)) / largest;
+      sum += ratio * ratio;
+    }
+  return largest * std::sqrt(sum);
 }
 
 }  // namespace
 
 float normfro(Matrix<float> const& m) {
-  return static_cast<float>(std::sqrt(sumOfSquaredModuli(m)));
+  return frobenius<float, float>(m);
 }
 double normfro(Matrix<double> const& m) {
-  return std::sqrt(sumOfSquaredModuli(m));
+  return frobenius<double, double>(m);
 }
 float normfro(Matrix<Complex<float>> const& m) {
-  return static_cast<float>(std::sqrt(sumOfSquaredModuli(m)));
+  return frobenius<Complex<float>, float>(m);
 }
 
 namespace {

@@ -79,6 +79,10 @@ TEST(MatrixArithmetic, ProductsSumsAndMismatches) {
   EXPECT_EQ(normfro(zeros), 0.f);
 
   EXPECT_FLOAT_EQ(normfro(FromRows({{3, 0}, {0, -4}})), 5.f);
+  // Squares of these overflow and underflow in float; the norm does not.
+  EXPECT_FLOAT_EQ(normfro(FromRows({{3e30f, 0}, {0, -4e30f}})), 5e30f);
+  EXPECT_FLOAT_EQ(normfro(FromRows({{3e-30f, 0}, {0, -4e-30f}})), 5e-30f);
+  EXPECT_EQ(normfro(Matrix<float>()), 0.f);
 }
 
 TEST(MatrixArithmetic, ElementWiseAndVectorMultiply) {

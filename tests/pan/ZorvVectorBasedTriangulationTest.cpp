@@ -1,0 +1,258 @@
+#include "ZorvVectorBasedTriangulation.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "ZorvPanTestLayouts.h"
+#include "ZorvTestAllocationCounter.h"
+
+namespace {
+
+using nolardsp::CartesianVector;
+using Zorv::VectorBasedTriangulation;
+using namespace zorvtest;
+
+// Gains of one direction with constant power, as the "vbap" type renders them.
+std::vector<float> vbap(VectorBasedTriangulation& t, CartesianVector const& p, float spread = 0.f) {
+  std::vector<float> g(t.GetNumSpeakers());
+  t.AddGains(p, spread, g.data());
+  VectorBasedTriangulation::NormalizePower(g.data(), t.GetNumSpeakers());
+  return g;
+}
+
+VectorBasedTriangulation layout(std::vector<CartesianVector> const& speakers) {
+  VectorBasedTriangulation t(static_cast<unsigned int>(speakers.size()));
+  t.SetLoudspeakerPositions(speakers.data());
+  return t;
+}
+
+// Raw gains of p on every triplet.
+std::vector<std::array<float, 3>> tripletGains(VectorBasedTriangulation& t,
+                                               CartesianVector const& p) {
+  std::vector<std::array<float, 3>> out;
+  for (auto const& tr : t.GetTriplets()) {
+    std::array<float, 3> g;
+    for (int r = 0; r < 3; ++r) {
+      g[r] = tr.inverse[3 * r] * p.x + tr.inverse[3 * r + 1] * p.y + tr.inverse[3 * r + 2] * p.z;
+    }
+    out.push_back(g);
+  }
+  return out;
+}
+
+TEST(VectorBasedTriangulation, CubeTripletsCoverTheSphereWithoutOverlap) {
+  auto t = layout(cube());
+  EXPECT_EQ(t.GetTriplets().size(), 12u);  // two per face
+  std::mt19937 rng(1);
+  for (int n = 0; n < 2000; ++n) {
+    CartesianVector const p = randomDirection(rng);
+    unsigned int holding = 0, strictlyInside = 0;
+    for (auto const& g : tripletGains(t, p)) {
+      holding += g[0] >= -1e-5f && g[1] >= -1e-5f && g[2] >= -1e-5f;
+      strictlyInside += g[0] > 1e-3f && g[1] > 1e-3f && g[2] > 1e-3f;
+    }
+    EXPECT_GE(holding, 1u);
+    EXPECT_LE(strictlyInside, 1u);
+  }
+  // No speaker lies inside a triplet it does not belong to.
+  auto const speakers = cube();
+  for (auto const& tr : t.GetTriplets()) {
+    for (unsigned int s = 0; s < speakers.size(); ++s) {
+      if (s == tr.speakers[0] || s == tr.speakers[1] || s == tr.speakers[2]) continue;
+      float m = 1e9f;
+      for (int r = 0; r < 3; ++r) {
+        m = std::fmin(m, tr.inverse[3 * r] * speakers[s].x + tr.inverse[3 * r + 1] * speakers[s].y +
+                             tr.inverse[3 * r + 2] * speakers[s].z);
+      }
+      EXPECT_LT(m, -0.001f);
+    }
+  }
+}
+
+TEST(VectorBasedTriangulation, ImageDirectionPointsAtTheSourceOnCubeAndDome) {
+  struct Case {
+    std::vector<CartesianVector> speakers;
+    float minElevation;
+  };
+  std::mt19937 rng(2);
+  for (Case const& c : {Case{cube(), -90.f}, Case{dome(), 0.f}}) {
+    auto t = layout(c.speakers);
+    for (int n = 0; n < 1000; ++n) {
+      CartesianVector const p = randomDirection(rng, c.minElevation);
+      auto const g = vbap(t, p);
+      ASSERT_TRUE(allFinite(g));
+      EXPECT_NEAR(power(g), 1.f, 1e-5f);
+      for (float v : g) EXPECT_GE(v, -1e-5f);
+      EXPECT_LE(countAbove(g, 1e-6f), 3u);
+      EXPECT_LT(angleBetween(image(g, c.speakers), p), 1e-3f);
+    }
+  }
+}
+
+TEST(VectorBasedTriangulation, SourceOnASpeakerOrAnArcDrivesOnlyThose) {
+  auto const speakers = dome();
+  auto t = layout(speakers);
+  for (unsigned int k = 0; k < speakers.size(); ++k) {
+    auto const g = vbap(t, speakers[k]);
+    for (unsigned int j = 0; j < g.size(); ++j) EXPECT_NEAR(g[j], j == k ? 1.f : 0.f, 1e-5f);
+  }
+  // Neighbours on the horizon: only the two of them, equally.
+  for (unsigned int k = 0; k < 8; ++k) {
+    unsigned int const next = (k + 1) % 8;
+    auto const g = vbap(t, fromDegrees(45.f * k + 22.5f, 0.f));
+    for (unsigned int j = 0; j < g.size(); ++j) {
+      if (j == k || j == next) {
+        EXPECT_NEAR(g[j], std::sqrt(0.5f), 1e-4f);
+      } else {
+        EXPECT_NEAR(g[j], 0.f, 1e-5f);
+      }
+    }
+  }
+}
+
+TEST(VectorBasedTriangulation, GainsGlideAcrossTripletBorders) {
+  auto t = layout(cube());
+  for (float elevation : {-50.f, -20.f, 0.f, 10.f, 35.26f, 70.f}) {
+    auto previous = vbap(t, fromDegrees(0.f, elevation));
+    for (float a = 0.25f; a <= 360.f; a += 0.25f) {
+      auto const g = vbap(t, fromDegrees(a, elevation));
+      for (std::size_t k = 0; k < g.size(); ++k) {
+        ASSERT_LT(std::fabs(g[k] - previous[k]), 0.02f) << a << " " << elevation;
+      }
+      previous = g;
+    }
+  }
+}
+
+TEST(VectorBasedTriangulation, BelowADomeTheSoundStaysAtTheEdge) {
+  auto const speakers = dome();
+  auto t = layout(speakers);
+  std::mt19937 rng(3);
+  for (int n = 0; n < 500; ++n) {
+    CartesianVector p = randomDirection(rng);
+    if (p.z > -0.2f) continue;
+    auto const g = vbap(t, p);
+    ASSERT_TRUE(allFinite(g));
+    EXPECT_NEAR(power(g), 1.f, 1e-5f);
+    // Slightly negative raw gains are let through, never a strongly negative one.
+    for (float v : g) EXPECT_GE(v, -0.011f);
+    // The image stays at the rim: only the negative gains the triplet choice
+    // lets through can pull it below.
+    CartesianVector const im = image(g, speakers);
+    EXPECT_GE(im.z, -0.03f);
+  }
+}
+
+TEST(VectorBasedTriangulation, PlanarOrDegenerateLayoutsAreSilentOrFinite) {
+  std::mt19937 rng(4);
+  auto duplicated = cube();
+  duplicated.push_back(duplicated[3]);
+  auto withCentre = cube();
+  withCentre.push_back(CartesianVector(0.f, 0.f, 0.f));
+  std::vector<std::vector<CartesianVector>> layouts = {
+      ring(8),  // one plane through the origin: no triplet at all
+      {{0.f, 1.f, 0.f}, {0.f, 2.f, 0.f}, {0.f, -1.f, 0.f}, {0.f, 3.f, 0.f}},  // one line
+      {{1.f, 0.f, 0.f}, {0.f, 1.f, 0.f}, {0.f, 0.f, 1.f}},                    // fewest there can be
+      duplicated,
+      withCentre,
+      {{0.f, 0.f, 0.f}, {0.f, 0.f, 0.f}, {0.f, 0.f, 0.f}, {0.f, 0.f, 0.f}},
+  };
+  for (std::size_t l = 0; l < layouts.size(); ++l) {
+    auto t = layout(layouts[l]);
+    if (l < 2) {
+      EXPECT_TRUE(t.GetTriplets().empty()) << l;
+    }
+    for (int n = 0; n < 200; ++n) {
+      CartesianVector p = randomDirection(rng);
+      float const r = n % 3 == 0 ? 0.f : (n % 3 == 1 ? 1.f : 1000.f);
+      p = CartesianVector(r * p.x, r * p.y, r * p.z);
+      auto const g = vbap(t, p);
+      ASSERT_TRUE(allFinite(g)) << l;
+      float const pw = power(g);
+      EXPECT_TRUE(pw == 0.f || std::fabs(pw - 1.f) < 1e-5f) << l << " " << pw;
+      if (l < 2) {
+        EXPECT_EQ(pw, 0.f);
+      }
+    }
+  }
+}
+
+TEST(VectorBasedTriangulation, OriginIsSilentAndDistanceDoesNotMatter) {
+  auto t = layout(cube());
+  EXPECT_EQ(power(vbap(t, CartesianVector(0.f, 0.f, 0.f))), 0.f);
+  std::mt19937 rng(5);
+  for (int n = 0; n < 200; ++n) {
+    CartesianVector const p = randomDirection(rng);
+    auto const near = vbap(t, p);
+    auto const far = vbap(t, CartesianVector(50.f * p.x, 50.f * p.y, 50.f * p.z));
+    for (std::size_t k = 0; k < near.size(); ++k) EXPECT_NEAR(near[k], far[k], 1e-5f);
+  }
+}
+
+TEST(VectorBasedTriangulation, SpreadWidensTheImageAndKeepsPower) {
+  auto const speakers = dome();
+  auto t = layout(speakers);
+  CartesianVector const p = fromDegrees(10.f, 20.f);
+  auto const point = vbap(t, p, 0.f);
+  auto const tiny = vbap(t, p, 0.0001f);
+  for (std::size_t k = 0; k < point.size(); ++k) EXPECT_NEAR(point[k], tiny[k], 1e-5f);
+  auto const wide = vbap(t, p, 60.f);
+  EXPECT_NEAR(power(wide), 1.f, 1e-5f);
+  EXPECT_GT(countAbove(wide, 1e-3f), countAbove(point, 1e-3f));
+  EXPECT_LT(angleBetween(image(wide, speakers), p), 0.35f);
+}
+
+TEST(VectorBasedTriangulation, IntensityRuleAndTheSmallNegativeGain) {
+  // The rule: each gain becomes sqrt(g / sum of squares).
+  std::vector<float> g = {0.5f, 0.25f, 0.f, -0.005f};
+  float const s = 0.5f * 0.5f + 0.25f * 0.25f + 0.005f * 0.005f + 1e-20f;
+  VectorBasedTriangulation::NormalizeIntensity(g.data(), 4);
+  EXPECT_FLOAT_EQ(g[0], std::sqrt(0.5f / s));
+  EXPECT_FLOAT_EQ(g[1], std::sqrt(0.25f / s));
+  EXPECT_EQ(g[2], 0.f);
+  EXPECT_EQ(g[3], 0.f);  // would be the square root of a negative number
+
+  // Through the layout: below a dome raw gains between -0.01 and 0 survive the
+  // triplet choice; none of them may come out as NaN.
+  auto t = layout(dome());
+  std::mt19937 rng(6);
+  for (int n = 0; n < 2000; ++n) {
+    CartesianVector const p = randomDirection(rng);
+    std::vector<float> raw(t.GetNumSpeakers());
+    t.AddGains(p, n % 2 ? 0.f : 25.f, raw.data());
+    std::vector<float> out = raw;
+    VectorBasedTriangulation::NormalizeIntensity(out.data(), t.GetNumSpeakers());
+    ASSERT_TRUE(allFinite(out));
+    float sum = 0.f, squares = 1e-20f;
+    for (float v : raw) {
+      squares += v * v;
+      if (v > 0.f) sum += v;
+    }
+    EXPECT_NEAR(power(out), sum / squares, 1e-4f * sum / squares);
+  }
+}
+
+TEST(VectorBasedTriangulation, RenderingAllocatesNothingOnceTriangulated) {
+  auto t = layout(dome());
+  std::vector<float> g(t.GetNumSpeakers());
+  zorvtest::AllocationCounter counter;
+  for (int n = 0; n < 100; ++n) {
+    t.AddGains(fromDegrees(3.f * n, 20.f), n % 2 ? 30.f : 0.f, g.data());
+    VectorBasedTriangulation::NormalizePower(g.data(), t.GetNumSpeakers());
+  }
+  EXPECT_EQ(counter.Count(), 0u);
+}
+
+TEST(VectorBasedTriangulation, DefaultLayoutTriangulatesOnFirstUse) {
+  VectorBasedTriangulation t(8);
+  auto const g = vbap(t, fromDegrees(90.f, 0.f));
+  EXPECT_TRUE(allFinite(g));
+  EXPECT_NEAR(power(g), 1.f, 1e-5f);
+  EXPECT_FALSE(t.GetTriplets().empty());
+}
+
+}  // namespace
