@@ -308,9 +308,10 @@ bool atoms2coordinates(CartesianVector& position, CoordinatesFormat const& forma
   return true;
 }
 
-bool coordinates2atoms(CartesianVector const& position, CoordinatesFormat const& format, int,
+bool coordinates2atoms(CartesianVector const& position, CoordinatesFormat const& format, int count,
                        t_atom* atoms) {
-  if (atoms == nullptr) return false;
+  // The widest form writes three atoms.
+  if (atoms == nullptr || count < 3) return false;
   float const r = position.radius();
   float const az = Zorv::InternalToUserAzimuth(position.x, position.y);
   float const e = r > 0.f ? std::asin(position.z / r) * 57.29578f : 0.f;

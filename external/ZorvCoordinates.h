@@ -54,8 +54,9 @@ bool CoordinatesFormatLookUp(t_symbol const* keyword, CoordinatesFormat& format,
 bool atoms2coordinates(nolardsp::CartesianVector& position, CoordinatesFormat const& format,
                        int count, t_atom const* atoms);
 
-// Writes the point as floats in the format: three atoms at most, so atoms
-// must hold three. True for the formats 0, 1, 5 to 9, 16 and 17.
+// Writes the point as floats in the format, three atoms at most: count (the
+// room in atoms) must be at least 3. True for the formats 0, 1, 5 to 9, 16
+// and 17; false for the others and for less room.
 bool coordinates2atoms(nolardsp::CartesianVector const& position, CoordinatesFormat const& format,
                        int count, t_atom* atoms);
 
