@@ -1,0 +1,28 @@
+#include "ZorvStereoMSPanning.h"
+
+#include <cmath>
+
+#include "ZorvNullPanning.h"
+#include "ZorvStereoImage.h"
+
+namespace Zorv {
+
+Pan* StereoMSPanning::Create(unsigned int numInputs, unsigned int numOutputs) {
+  if (numOutputs != 2) return new NullPanning();
+  return new StereoMSPanning(numInputs, numOutputs);
+}
+
+StereoMSPanning::StereoMSPanning(unsigned int numInputs, unsigned int numOutputs)
+    : AmplitudePanning(numInputs, numOutputs) {}
+
+StereoMSPanning::~StereoMSPanning() = default;
+
+void StereoMSPanning::convert(nolardsp::CartesianVector const& position, float* gains,
+                              unsigned int) {
+  float const w = StereoImageWidth(position);
+  float const phi = StereoImageAzimuth(position);
+  gains[0] = (std::sin(phi) * w + 1.f) * 0.5f;
+  gains[1] = -0.5f * std::cos(phi) * w;
+}
+
+}  // namespace Zorv
