@@ -34,15 +34,23 @@ void AngularPanning::SetLoudspeakerPositions(nolardsp::CartesianVector const* po
 
 void AngularPanning::convert(nolardsp::CartesianVector const& position, float* gains,
                              unsigned int) {
+  nolardsp::Zero(gains, numOutputs);
+  // A position that is not a number is silent.
+  if (!std::isfinite(position.x) || !std::isfinite(position.y) || !std::isfinite(position.z)) {
+    return;
+  }
   if (numOutputs == 1) {
     gains[0] = 1.f;
     return;
   }
-  nolardsp::Zero(gains, numOutputs);
   if (speakerAngles.empty()) return;
+  if (speakerAngles.size() == 1) {
+    // Every speaker on one azimuth: the one that renders it takes all.
+    gains[speakerAngles.begin()->second] = 1.f;
+    return;
+  }
   float const twoPi = 6.2831855f;
   float a = std::atan2(position.y, position.x);
-  if (a != a) a = 0.f;
   auto next = speakerAngles.upper_bound(a);
   auto previous = next;
   if (next == speakerAngles.end() || next == speakerAngles.begin()) {
@@ -58,7 +66,9 @@ void AngularPanning::convert(nolardsp::CartesianVector const& position, float* g
   while (from >= to) to += twoPi;
   while (a < from) a += twoPi;
   float const q = a > to ? 1.5707964f : (a - from) * 1.5707964f / (to - from);
-  gains[previous->second] = std::cos(q);
+  // At a quarter turn the cosine of the float angle is -4e-8: the speaker
+  // the source has left gets an exact 0, so it drops out of the mix.
+  gains[previous->second] = q == 1.5707964f ? 0.f : std::cos(q);
   gains[next->second] = std::sin(q);
 }
 

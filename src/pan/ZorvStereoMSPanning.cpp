@@ -19,6 +19,11 @@ StereoMSPanning::~StereoMSPanning() = default;
 
 void StereoMSPanning::convert(nolardsp::CartesianVector const& position, float* gains,
                               unsigned int) {
+  // A position that is not a number is silent.
+  if (!std::isfinite(position.x) || !std::isfinite(position.y) || !std::isfinite(position.z)) {
+    for (unsigned int i = 0; i < numOutputs; ++i) gains[i] = 0.f;
+    return;
+  }
   float const w = StereoImageWidth(position);
   float const phi = StereoImageAzimuth(position);
   gains[0] = (std::sin(phi) * w + 1.f) * 0.5f;

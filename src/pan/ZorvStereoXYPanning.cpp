@@ -19,6 +19,11 @@ StereoXYPanning::~StereoXYPanning() = default;
 
 void StereoXYPanning::convert(nolardsp::CartesianVector const& position, float* gains,
                               unsigned int) {
+  // A position that is not a number is silent.
+  if (!std::isfinite(position.x) || !std::isfinite(position.y) || !std::isfinite(position.z)) {
+    for (unsigned int i = 0; i < numOutputs; ++i) gains[i] = 0.f;
+    return;
+  }
   float const w = StereoImageWidth(position);
   // Azimuth from the front, clockwise.
   float const t = 1.5707964f - StereoImageAzimuth(position);

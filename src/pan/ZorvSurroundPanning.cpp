@@ -54,6 +54,11 @@ void SurroundPanning::SetLoudspeakerPositions(nolardsp::CartesianVector const* p
 
 void SurroundPanning::convert(nolardsp::CartesianVector const& position, float* gains,
                               unsigned int) {
+  // A position that is not a number is silent.
+  if (!std::isfinite(position.x) || !std::isfinite(position.y) || !std::isfinite(position.z)) {
+    for (unsigned int i = 0; i < numOutputs; ++i) gains[i] = 0.f;
+    return;
+  }
   if (numOutputs != 3 && numOutputs != 4) {
     for (unsigned int i = 0; i < numOutputs; ++i) gains[i] = 0.f;
     return;
