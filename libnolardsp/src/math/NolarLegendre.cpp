@@ -48,9 +48,21 @@ void Legendre<T>::AssociatedLegendreFunctions(std::vector<T>& out, unsigned int 
     }
   }
 
+  // Outside the unnormalised forms the factor of a degree is one value and
+  // its sign: taken once per degree, it is the same number ConversionFactor
+  // gives entry by entry.
+  bool const byEntry = n == SphericalHarmonic::Unnormalized ||
+                       n == SphericalHarmonic::SchmidtSeminormalized2D ||
+                       n == SphericalHarmonic::FullyNormalized2D;
+  bool const phased = n != SphericalHarmonic::GaussNormalization;
   for (unsigned int l = 0; l <= order; ++l) {
+    T const f = static_cast<T>(ConversionFactor(l, 0, n));
     for (int m = -static_cast<int>(l); m <= static_cast<int>(l); ++m) {
-      out[Place(l, m)] *= static_cast<T>(ConversionFactor(l, m, n));
+      if (byEntry) {
+        out[Place(l, m)] *= static_cast<T>(ConversionFactor(l, m, n));
+      } else {
+        out[Place(l, m)] *= (phased && m < 0 && (-m) % 2 == 1) ? -f : f;
+      }
     }
   }
 }

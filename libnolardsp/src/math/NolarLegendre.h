@@ -7,12 +7,13 @@
 namespace nolardsp {
 
 // Associated Legendre values P(l, m) at x, for every m from -l to l, in the
-// conventions of SphericalHarmonic::Normalization:
+// conventions of SphericalHarmonic::Normalization. With
+// S = sqrt((2 - d(m)) (l - |m|)! / (l + |m|)!) P_l^|m|, the semi-normalised
+// value:
 //
-//   SN3D   sqrt((2 - d(m)) (l - |m|)! / (l + |m|)!) P_l^|m|, and (-1)^m of it
-//          for m below 0
-//   N3D    sqrt(2l + 1) times SN3D, without the sign for m of 0 or above
-//   Gauss  sqrt(2l + 1) times SN3D, without any sign
+//   SN3D   S, times (-1)^m for m below 0
+//   N3D    sqrt(2l + 1) times the SN3D value
+//   Gauss  sqrt(2l + 1) S, with no sign at all
 //   Unnormalized (and SN2D, N2D, which have no Legendre form of their own)
 //          (-1)^m P_l^|m| for m other than 0, P_l for m = 0
 //

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <vector>
 
 #include "NolarSphericalHarmonic.h"
 
@@ -55,15 +56,50 @@ T OffDiagonal(unsigned int l, T x, T diagonal) {
   return static_cast<T>(std::sqrt(static_cast<double>(2 * l + 1))) * x * diagonal;
 }
 
-// (l, -mu) from (l - 1, -mu) and (l - 2, -mu), for 1 <= mu <= l - 2.
-template <typename T>
-T ColumnStep(unsigned int l, unsigned int mu, T x, T p1, T p2) {
+// The coefficients a and b of the step below, in double.
+inline void ColumnCoefficients(unsigned int l, unsigned int mu, double& a, double& b) {
   double const ld = l;
   double const md = mu;
   double const den = (ld - md) * (ld + md);
-  double const a = std::sqrt((2. * ld - 1.) * (2. * ld + 1.) / den);
-  double const b =
-      std::sqrt((ld + md - 1.) * (ld - md - 1.) * (2. * ld + 1.) / (den * (2. * ld - 3.)));
+  a = std::sqrt((2. * ld - 1.) * (2. * ld + 1.) / den);
+  b = std::sqrt((ld + md - 1.) * (ld - md - 1.) * (2. * ld + 1.) / (den * (2. * ld - 3.)));
+}
+
+// The coefficients of every step up to CachedDegree, computed once by the
+// function above (so with the same values) at the first use: the square roots
+// and divisions dominated the cost of an encoding vector. The first use
+// allocates; it happens on a message thread.
+unsigned int const CachedDegree = 64;
+
+struct ColumnCoefficientCache {
+  std::vector<double> a;
+  std::vector<double> b;
+  ColumnCoefficientCache() : a(CachedDegree * CachedDegree + 2 * CachedDegree + 1), b(a.size()) {
+    for (unsigned int l = 2; l <= CachedDegree; ++l) {
+      for (unsigned int mu = 1; mu + 2 <= l; ++mu) {
+        ColumnCoefficients(l, mu, a[l * l + mu], b[l * l + mu]);
+      }
+    }
+  }
+};
+
+inline ColumnCoefficientCache const& CachedColumnCoefficients() {
+  static ColumnCoefficientCache const cache;
+  return cache;
+}
+
+// (l, -mu) from (l - 1, -mu) and (l - 2, -mu), for 1 <= mu <= l - 2.
+template <typename T>
+T ColumnStep(unsigned int l, unsigned int mu, T x, T p1, T p2) {
+  double a;
+  double b;
+  if (l <= CachedDegree) {
+    ColumnCoefficientCache const& cache = CachedColumnCoefficients();
+    a = cache.a[l * l + mu];
+    b = cache.b[l * l + mu];
+  } else {
+    ColumnCoefficients(l, mu, a, b);
+  }
   return static_cast<T>(a) * x * p1 - static_cast<T>(b) * p2;
 }
 
