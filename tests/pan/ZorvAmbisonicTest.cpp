@@ -36,7 +36,7 @@ std::vector<CartesianVector> positions() {
   return p;
 }
 
-// The direction in double, as the definition has it: the origin faces x.
+// The direction in double, as the encoders take it: the origin faces x.
 void direction(CartesianVector const& p, double& theta, double& phi) {
   double const r = std::sqrt(double(p.x) * p.x + double(p.y) * p.y + double(p.z) * p.z);
   phi = std::atan2(double(p.y), double(p.x));
@@ -148,8 +148,8 @@ TEST(AmbisonicTest, TwoDimensionalNormsOnTheCircle) {
   }
 }
 
-// Converting a vector from one convention to another with the factors of the
-// definitions (ratios of scales, and the permutation of the sorting) gives the
+// Converting a vector from one convention to another with the scale factors
+// of the conventions (their ratios, and the permutation of the sorting) gives the
 // encoder's own vector in the other convention, and converting back restores
 // the first.
 TEST(AmbisonicTest, ConversionsBetweenConventionsRoundTrip) {
