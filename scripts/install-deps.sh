@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev libeigen3-dev libsndfile1-dev libcli11-dev
   libopenblas-dev
+  puredata-dev puredata-core
 )
 
 missing=()
