@@ -130,11 +130,18 @@ int feedRandomMessages(std::vector<std::string> const& types) {
   int tested = 0;
   for (std::string const& type : types) {
     unsigned int const numInputs = 3;
-    unsigned int const numOutputs = 8;
     long lines = 0;
-    auto object = PanObject::Create("zorv.pan~ @numinputs 3 @numoutputs 8 @type " + type,
-                                    [&lines](zorvhost::Severity, std::string const&) { ++lines; });
+    // The first output count the method serves: an array, a pair, a
+    // first-order or a second-order set of components.
+    std::unique_ptr<PanObject> object;
+    for (char const* outputs : {"8", "2", "4", "9", "3"}) {
+      object = PanObject::Create(
+          "zorv.pan~ @numinputs 3 @numoutputs " + std::string(outputs) + " @type " + type,
+          [&lines](zorvhost::Severity, std::string const&) { ++lines; });
+      if (object != nullptr) break;
+    }
     if (object == nullptr) continue;  // a method not built yet
+    unsigned int const numOutputs = object->NumOutlets();
     ++tested;
     unsigned int const n = 64;
     object->StartDsp(48000., n);

@@ -397,3 +397,43 @@ TEST(PanMessages, MessagesOfOtherFamiliesAreRefusedByType) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(PanMessagesHoa, EncodingAndSortingReachThePannerAndShowWhatIsInForce) {
+  Box box("zorv.pan~ @numinputs 1 @numoutputs 9 @type hoa3d @encoding N3D");
+  if (box.object == nullptr) GTEST_SKIP() << describe(box.Take());
+  EXPECT_TRUE(box.Take().empty()) << describe(box.lines);
+  EXPECT_EQ(box.object->GetAttribute("encoding"), std::vector<std::string>{"N3D"});
+  box.object->SendMessage("encoding foo");
+  std::vector<ConsoleLine> lines = box.Take();
+  EXPECT_TRUE(contains(lines, ConsoleLine{Severity::Warning, "invalid hoa encoding foo"}))
+      << describe(lines);
+  std::vector<std::string> const inForce = box.object->GetAttribute("encoding");
+  EXPECT_NE(inForce, std::vector<std::string>{"foo"});
+  box.object->SendMessage("norm SN3D");
+  EXPECT_EQ(box.object->GetAttribute("encoding"), std::vector<std::string>{"SN3D"});
+  box.object->SendMessage("hoasorting AlternateDegrees");
+  EXPECT_EQ(box.object->GetAttribute("hoasorting"), std::vector<std::string>{"AlternateDegrees"});
+
+  box.Take();
+  box.object->SendMessage("info");
+  lines = box.Take();
+  ASSERT_EQ(lines.size(), 4u) << describe(lines);
+  EXPECT_EQ(lines[0].text, "HOA : order : 2 ");
+  EXPECT_EQ(lines[1].text, "HOA : encoding convention : SN3D");
+  EXPECT_EQ(lines[2].text, "HOA : sorting convention : AlternateDegrees");
+  EXPECT_EQ(lines[3].text, "dsp processing is enabled");
+
+  // The alias builds the same panner but matches no symbol.
+  Box alias("zorv.pan~ @numinputs 1 @numoutputs 9 @type hoa");
+  ASSERT_NE(alias.object, nullptr);
+  EXPECT_TRUE(alias.object->GetAttribute("encoding").empty());
+  alias.Take();
+  alias.object->SendMessage("info");
+  lines = alias.Take();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines[0].text, "no info available for this type of panning");
+}
+
+}  // namespace
