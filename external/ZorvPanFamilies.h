@@ -45,7 +45,7 @@ void SetCorners(Zorv::Pan* panner, float const corners[4]);
 bool IsSubwoofers(Zorv::Pan* panner);
 void SetCutOffFrequency(Zorv::Pan* panner, float hertz);
 
-// HOAPanning and NFCHOAPanning: the names read back are the ones in force.
+// HOAPanning and NFCHOAPanning: the names given back are the ones in force.
 bool IsHoa(Zorv::Pan* panner);
 bool IsNfcHoa(Zorv::Pan* panner);
 char const* SetEncodingNormalization(Zorv::Pan* panner, char const* name);
