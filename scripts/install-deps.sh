@@ -7,6 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config clang-format
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev libeigen3-dev libsndfile1-dev libcli11-dev
+  python3-numpy python3-scipy python3-h5py libmysofa1
 )
 
 missing=()
