@@ -331,9 +331,14 @@ def sections_to_params(polys):
     return p
 
 
+def pulled_in(roots, limit):
+    """The roots, those beyond radius limit moved onto it along their own angle."""
+    return np.where(np.abs(roots) > limit, roots / np.abs(roots) * limit, roots)
+
+
 def pair_roots(roots, limit):
     """Six monic quadratics from twelve roots: conjugate pairs together, real roots by two."""
-    roots = np.where(np.abs(roots) > limit, roots / np.abs(roots) * limit, roots)
+    roots = pulled_in(roots, limit)
     cplx = sorted([r for r in roots if r.imag > 1e-9], key=lambda r: -abs(r))
     real = sorted([r.real for r in roots if abs(r.imag) <= 1e-9], key=lambda r: -abs(r))
     quads = [(-2 * r.real, abs(r) ** 2) for r in cplx]
@@ -366,15 +371,11 @@ def classic_start(freqs, target, iterations=8):
         rhs = h * wgt
         sol = np.linalg.lstsq(np.vstack([m.real, m.imag]), np.r_[rhs.real, rhs.imag], rcond=None)[0]
         b, a = sol[: order + 1], np.r_[1.0, sol[order + 1 :]]
-        a = np.poly(pair_roots_flat(np.roots(a), 0.98))
+        a = np.poly(pulled_in(np.roots(a), 0.98))  # keep the next weighting finite
     zeros = np.roots(b) if abs(b[0]) > 1e-12 else np.zeros(order)
     num = pair_roots(zeros, 0.98)
     den = pair_roots(np.roots(a), 0.98)
     return np.r_[0.0, sections_to_params(np.hstack([num, den]))]
-
-
-def pair_roots_flat(roots, limit):
-    return np.where(np.abs(roots) > limit, roots / np.abs(roots) * limit, roots)
 
 
 def fit_one(model, target, weights, starts):
