@@ -4,11 +4,16 @@
 #include <map>
 
 #include "ZorvAmbisonicPanning.h"
+#include "ZorvAngularPanning.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
 #include "ZorvHOA2DPanning.h"
 #include "ZorvHOA3DPanning.h"
 #include "ZorvNullPanning.h"
+#include "ZorvStereoABPanning.h"
+#include "ZorvStereoMSPanning.h"
+#include "ZorvStereoXYPanning.h"
+#include "ZorvSurroundPanning.h"
 #include "ZorvVDbapPanning.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
@@ -126,17 +131,17 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
   }
   switch (type) {
     case Pan::XY:
-      return notBuiltYet(numInputs, numOutputs);  // StereoXYPanning
+      return StereoXYPanning::Create(numInputs, numOutputs);
     case Pan::MS:
-      return notBuiltYet(numInputs, numOutputs);  // StereoMSPanning
+      return StereoMSPanning::Create(numInputs, numOutputs);
     case Pan::AB:
-      return notBuiltYet(numInputs, numOutputs);  // StereoABPanning
+      return StereoABPanning::Create(numInputs, numOutputs);
     case Pan::Surround:
-      return notBuiltYet(numInputs, numOutputs);  // SurroundPanning
+      return SurroundPanning::Create(numInputs, numOutputs);
     case Pan::Panr:
       return notBuiltYet(numInputs, numOutputs);  // RecursivePanning
     case Pan::Angular:
-      return notBuiltYet(numInputs, numOutputs);  // AngularPanning
+      return AngularPanning::Create(numInputs, numOutputs);
     case Pan::Vbap2D:
       return Vbap2DPanning::Create(numInputs, numOutputs);
     case Pan::Dbap:
