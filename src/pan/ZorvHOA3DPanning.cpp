@@ -13,11 +13,14 @@ using nolardsp::SphericalHarmonic;
 unsigned int const HOA3DPanning::MaxSinglePrecisionOrder = 20;
 
 Pan* HOA3DPanning::Create(unsigned int numInputs, unsigned int numOutputs) {
-  unsigned int root = static_cast<unsigned int>(std::sqrt(static_cast<double>(numOutputs)));
-  while (root * root > numOutputs) --root;
-  while ((root + 1) * (root + 1) <= numOutputs) ++root;
-  if (root * root != numOutputs || root < 2) return new NullPanning();
-  return new HOA3DPanning(numInputs, numOutputs, root - 1);
+  // The square root, exact for every 32-bit count (the products are taken in
+  // 64 bits so that none wraps).
+  unsigned long long const n = numOutputs;
+  unsigned long long root = static_cast<unsigned long long>(std::sqrt(static_cast<double>(n)));
+  while (root * root > n) --root;
+  while ((root + 1) * (root + 1) <= n) ++root;
+  if (root * root != n || root < 2) return new NullPanning();
+  return new HOA3DPanning(numInputs, numOutputs, static_cast<unsigned int>(root - 1));
 }
 
 HOA3DPanning::HOA3DPanning(unsigned int numInputs, unsigned int numOutputs, unsigned int order_)
