@@ -1,7 +1,5 @@
 #include "ZorvVbap2DPanning.h"
 
-#include <iostream>
-
 #include "NolarGeometry.h"
 #include "ZorvNullPanning.h"
 
@@ -24,7 +22,6 @@ void Vbap2DPanning::SetLoudspeakerPositions(nolardsp::CartesianVector const* pos
 }
 
 void Vbap2DPanning::SetOmniSpreadFactor(unsigned int source, float degrees) {
-  std::cerr << "SetOmniSpreadFactor = " << degrees << std::endl;
   if (source >= spread.size() || spread[source] == degrees) return;
   spread[source] = degrees;
   forceUpdate(false);
