@@ -2,6 +2,8 @@
 
 namespace nolardsp {
 
+class Delay;
+
 // One float that glides to a target over a time in milliseconds. A new target
 // redirects the ramp at once from wherever it stands (the value never jumps,
 // only the slope changes) and starts a full-length ramp from there.
@@ -52,6 +54,10 @@ class Ramp {
   static int LengthInSamples(float samplerate, float milliseconds);
 
  private:
+  // A delay line reads along its length ramp sample by sample and steps it
+  // itself, without the snap to the target that Process does.
+  friend class Delay;
+
   float startValue;
   float currentValue;
   float targetValue;

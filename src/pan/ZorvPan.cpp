@@ -3,9 +3,17 @@
 #include <exception>
 #include <map>
 
+#include "ZorvAmbisonicPanning.h"
+#include "ZorvAngularPanning.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
+#include "ZorvHOA2DPanning.h"
+#include "ZorvHOA3DPanning.h"
 #include "ZorvNullPanning.h"
+#include "ZorvStereoABPanning.h"
+#include "ZorvStereoMSPanning.h"
+#include "ZorvStereoXYPanning.h"
+#include "ZorvSurroundPanning.h"
 #include "ZorvVDbapPanning.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
@@ -123,17 +131,17 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
   }
   switch (type) {
     case Pan::XY:
-      return notBuiltYet(numInputs, numOutputs);  // StereoXYPanning
+      return StereoXYPanning::Create(numInputs, numOutputs);
     case Pan::MS:
-      return notBuiltYet(numInputs, numOutputs);  // StereoMSPanning
+      return StereoMSPanning::Create(numInputs, numOutputs);
     case Pan::AB:
-      return notBuiltYet(numInputs, numOutputs);  // StereoABPanning
+      return StereoABPanning::Create(numInputs, numOutputs);
     case Pan::Surround:
-      return notBuiltYet(numInputs, numOutputs);  // SurroundPanning
+      return SurroundPanning::Create(numInputs, numOutputs);
     case Pan::Panr:
       return notBuiltYet(numInputs, numOutputs);  // RecursivePanning
     case Pan::Angular:
-      return notBuiltYet(numInputs, numOutputs);  // AngularPanning
+      return AngularPanning::Create(numInputs, numOutputs);
     case Pan::Vbap2D:
       return Vbap2DPanning::Create(numInputs, numOutputs);
     case Pan::Dbap:
@@ -141,11 +149,11 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::Dbap3D:
       return DbapPanning3D::Create(numInputs, numOutputs);
     case Pan::BFormat:
-      return notBuiltYet(numInputs, numOutputs);  // AmbisonicPanning
+      return AmbisonicPanning::Create(numInputs, numOutputs);
     case Pan::HOA2D:
-      return notBuiltYet(numInputs, numOutputs);  // HOA2DPanning
+      return HOA2DPanning::Create(numInputs, numOutputs);
     case Pan::HOA3D:
-      return notBuiltYet(numInputs, numOutputs);  // HOA3DPanning
+      return HOA3DPanning::Create(numInputs, numOutputs);
     case Pan::VDbap:
       return VDbapPanning::Create(numInputs, numOutputs);
     case Pan::NFCHOA2D:

@@ -141,7 +141,8 @@ TEST_P(SpeakerArrayPanner, BlocksAllocateNothingWhileSourcesMove) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Methods, SpeakerArrayPanner,
-                         ::testing::Values(Method{"vbap2d", 2, true, Law::ConstantPower, false},
+                         ::testing::Values(Method{"angular", 0, true, Law::ConstantPower, false},
+                                           Method{"vbap2d", 2, true, Law::ConstantPower, false},
                                            Method{"vbap", 3, false, Law::ConstantPower, true},
                                            Method{"vbip", 3, false, Law::Other, false},
                                            Method{"dbap", 1, true, Law::Other, false},
