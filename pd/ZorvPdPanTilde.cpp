@@ -40,6 +40,10 @@ extern "C" {
 #include "ZorvHost.h"
 #include "ZorvPdAtomText.h"
 
+// The facade's vectors are 32-bit floats; so are those of Debian's Pd. A Pd
+// built with 64-bit samples needs a conversion here.
+static_assert(sizeof(t_sample) == sizeof(float), "Pd's samples are not 32-bit floats");
+
 namespace {
 
 char const* const objectName = "zorv.pan~";

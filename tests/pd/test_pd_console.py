@@ -35,6 +35,16 @@ def main():
     late = c.msg("another 1")
     c.connect(later, 0, late, 0)
     c.connect(late, 0, good, 0)
+    # Made and deleted while DSP runs, by messages to a subpatch: the chain
+    # is rebuilt around it both times.
+    c.obj("pd dynamic")
+    make = c.msg("\\; pd-dynamic obj 10 10 zorv.pan~ @numoutputs 2 @type vbap2d "
+                 "\\; pd-dynamic obj 10 50 osc~ 100 \\; pd-dynamic connect 1 0 0 0")
+    c.connect(later, 0, make, 0)
+    remove = c.obj("delay 1536 1 samp")
+    clear = c.msg("\\; pd-dynamic clear")
+    c.connect(order, 0, remove, 0)
+    c.connect(remove, 0, clear, 0)
     end = c.obj("delay 2048 1 samp")
     quit_ = c.msg("\\; pd quit")
     c.connect(order, 0, end, 0)
@@ -65,6 +75,9 @@ def main():
         if found is None:
             zorvpd.fail(f"no line matching {pattern!r} after line {at} of Pd's log:\n{log}")
         at = found + 1
+    # The line to the object made at run time found its inlet.
+    if "connection failed" in log:
+        zorvpd.fail(f"the object made at run time is missing:\n{log}")
     # The object's name once per line, however its text begins.
     doubled = [line for line in lines if "zorv.pan~: zorv.pan~:" in line]
     if doubled:
