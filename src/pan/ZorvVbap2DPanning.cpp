@@ -1,5 +1,7 @@
 #include "ZorvVbap2DPanning.h"
 
+#include <iostream>
+
 #include "NolarGeometry.h"
 #include "ZorvNullPanning.h"
 
@@ -22,6 +24,9 @@ void Vbap2DPanning::SetLoudspeakerPositions(nolardsp::CartesianVector const* pos
 }
 
 void Vbap2DPanning::SetOmniSpreadFactor(unsigned int source, float degrees) {
+  // Every call is echoed on the error stream, the value unchanged or not: a
+  // trace of the spread this panner is given, kept on purpose.
+  std::cerr << "SetOmniSpreadFactor = " << degrees << std::endl;
   if (source >= spread.size() || spread[source] == degrees) return;
   spread[source] = degrees;
   forceUpdate(false);
