@@ -68,4 +68,36 @@ class GainMatrixMixer {
   std::vector<float*> packedInputs;
 };
 
+// The period clock shared by every gain matrix: mixes numSamples in chunks
+// that never cross a period boundary and calls rotate() (which must set
+// rampPosition to 0) at each boundary. rampLength is read once per chunk, as
+// a message thread may change it at any time. A period shortened under the
+// position, or one of no length, ends at once; with no length, the rest of
+// the block stands at the target gains. Called on the audio thread; allocates
+// nothing.
+template <typename Rotate>
+void RunPeriodClock(GainMatrixMixer& mixer, int const& rampLength, int& rampPosition,
+                    Rotate&& rotate, float** outputs, float* const* inputs,
+                    unsigned long numSamples, short const* activeInputs, bool overwrite) {
+  unsigned long remaining = numSamples;
+  unsigned long offset = 0;
+  while (remaining > 0) {
+    int const length = rampLength;
+    if (rampPosition >= length) rotate();
+    if (length < 1) {
+      mixer.Mix(outputs, inputs, offset, remaining, 0, 0.f, activeInputs, overwrite, true);
+      rotate();
+      return;
+    }
+    unsigned long const left = static_cast<unsigned long>(length - rampPosition);
+    unsigned long const c = remaining < left ? remaining : left;
+    mixer.Mix(outputs, inputs, offset, c, rampPosition, 1.f / static_cast<float>(length),
+              activeInputs, overwrite, false);
+    rampPosition += static_cast<int>(c);
+    remaining -= c;
+    offset += c;
+    if (rampPosition >= length) rotate();
+  }
+}
+
 }  // namespace nolardsp

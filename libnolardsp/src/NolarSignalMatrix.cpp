@@ -107,28 +107,9 @@ void SignalMatrix::ProcessAdding(float** outputs, float** inputs, unsigned long 
 
 void SignalMatrix::runCycles(float** outputs, float** inputs, unsigned long numSamples,
                              short const* activeInputs, bool overwrite) {
-  unsigned long remaining = numSamples;
-  unsigned long offset = 0;
-  while (remaining > 0) {
-    // Read once per segment: SetRampTime may run on another thread.
-    int const length = rampLength;
-    // Only a cycle shortened under the position, or one of no length, gets
-    // here with no samples left in it: it ends now.
-    if (rampPosition >= length) advance();
-    if (length < 1) {
-      mixer.Mix(outputs, inputs, offset, remaining, 0, 0.f, activeInputs, overwrite, true);
-      advance();
-      return;
-    }
-    unsigned long const left = static_cast<unsigned long>(length - rampPosition);
-    unsigned long const segment = remaining < left ? remaining : left;
-    mixer.Mix(outputs, inputs, offset, segment, rampPosition, 1.0f / static_cast<float>(length),
-              activeInputs, overwrite, false);
-    rampPosition += static_cast<int>(segment);
-    remaining -= segment;
-    offset += segment;
-    if (rampPosition >= length) advance();
-  }
+  RunPeriodClock(
+      mixer, rampLength, rampPosition, [this] { advance(); }, outputs, inputs, numSamples,
+      activeInputs, overwrite);
 }
 
 }  // namespace nolardsp

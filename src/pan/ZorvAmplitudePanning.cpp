@@ -129,31 +129,9 @@ void AmplitudePanning::ProcessAdding(float** outputs, float** inputs, unsigned l
 
 void AmplitudePanning::runClock(float** outputs, float** inputs, unsigned long numSamples,
                                 short const* activeInputs, bool overwrite) {
-  unsigned long remaining = numSamples;
-  unsigned long offset = 0;
-  while (remaining > 0) {
-    // The period length is read once per chunk: a message thread may change
-    // it at any time, and a chunk must see one value.
-    int const length = rampLength;
-    // Normally the rotation below keeps the position inside the period. A
-    // period shortened under the position, or one of no length, ends here.
-    if (rampPosition >= length) rotate();
-    if (length < 1) {
-      // A period of no length: the rest of the block stands at the target
-      // gains, and the next period ends at once.
-      mixer.Mix(outputs, inputs, offset, remaining, 0, 0.f, activeInputs, overwrite, true);
-      rotate();
-      return;
-    }
-    unsigned long const left = static_cast<unsigned long>(length - rampPosition);
-    unsigned long const c = remaining < left ? remaining : left;
-    mixer.Mix(outputs, inputs, offset, c, rampPosition, 1.f / static_cast<float>(length),
-              activeInputs, overwrite, false);
-    rampPosition += static_cast<int>(c);
-    remaining -= c;
-    offset += c;
-    if (rampPosition >= length) rotate();
-  }
+  nolardsp::RunPeriodClock(
+      mixer, rampLength, rampPosition, [this] { rotate(); }, outputs, inputs, numSamples,
+      activeInputs, overwrite);
 }
 
 }  // namespace Zorv
