@@ -64,6 +64,13 @@ demo: deps
 		echo "zorv-render is not built: the object's library (external/) is not there yet."; \
 	fi
 
+# The Pure Data external and its help patch, in $(BUILD)/pd/ (load it with
+# `pd -path $(BUILD)/pd`, or copy both files into a folder of Pd's path).
+pd: deps
+	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release $(CMAKE_ARGS)
+	cmake --build $(BUILD) -j $(JOBS) --target zorv_pan_pd
+	@echo "Built $(BUILD)/pd/zorv.pan~.pd_linux; try: pd -path $(BUILD)/pd -open $(BUILD)/pd/zorv.pan~-help.pd"
+
 format:
 	clang-format -i $(FORMAT_FILES)
 

@@ -5,8 +5,7 @@
 //
 //   build/bench/zorv_bench --benchmark_filter=RenderVbap16
 //
-// Skips with a reason until the object can make a `vbap` panner and read
-// "speakers aed" and "source N aed".
+// Skips with a reason until the object can make a `vbap` panner.
 
 #include <benchmark/benchmark.h>
 #include <sndfile.h>
@@ -41,14 +40,26 @@ void removeFolder(std::string const& dir) {
   }
 }
 
-// Eight speakers on the horizon and eight at 45 degrees up, every 45 degrees.
-std::string speakersMessage() {
+// A user azimuth (degrees, 0 in front, clockwise) and elevation as x y z on the
+// unit sphere, x to the right and y to the front.
+std::string point(double azimuth, double elevation) {
+  double const a = azimuth * 3.14159265358979 / 180.;
+  double const e = elevation * 3.14159265358979 / 180.;
   std::ostringstream text;
-  text << "speakers aed";
-  for (int i = 0; i < numSpeakers; ++i) {
-    text << ' ' << (i % 8) * 45 - 180 << ' ' << (i < 8 ? 0 : 45) << " 1";
-  }
+  text << ' ' << std::sin(a) * std::cos(e) << ' ' << std::cos(a) * std::cos(e) << ' '
+       << std::sin(e);
   return text.str();
+}
+
+// Eight speakers on the horizon and eight at 45 degrees up, every 45 degrees.
+// The position attributes are used rather than the coordinate grammar, so the
+// bench runs as soon as a `vbap` panner exists.
+std::string speakersMessage() {
+  std::string text = "speakerspositions";
+  for (int i = 0; i < numSpeakers; ++i) {
+    text += point((i % 8) * 45. - 180., i < 8 ? 0. : 45.);
+  }
+  return text;
 }
 
 // 8 channels of noise, written in pieces so that the bench, like the renderer,
@@ -71,15 +82,16 @@ void writeInput(std::string const& path) {
   sf_close(file);
 }
 
-// Every source takes a turn around the listener in the minute, a step every
-// 50 ms, each starting from its own azimuth.
+// Every source takes a turn around the listener in the minute, 10 degrees up,
+// all of them moved every 50 ms.
 void writeScore(std::string const& path) {
   std::ofstream score(path);
   for (int step = 0; step < seconds * 20; ++step) {
+    score << step * 0.05 << " sourcespositions";
     for (int s = 0; s < numSources; ++s) {
-      double const azimuth = std::fmod(s * 45. + step * 360. / (seconds * 20) + 180., 360.) - 180.;
-      score << step * 0.05 << " source " << s + 1 << " aed " << azimuth << " 10 1\n";
+      score << point(s * 45. + step * 360. / (seconds * 20), 10.);
     }
+    score << '\n';
   }
 }
 
@@ -104,7 +116,6 @@ void RenderVbap16(benchmark::State& state) {
     zorvrender::RenderOptions probe = options;
     probe.inputs.clear();
     probe.score.clear();
-    probe.messages.push_back("source 1 aed 0 0 1");
     probe.duration = 0.01;
     std::ostringstream err;
     if (zorvrender::RunRender(probe, zorvrender::MakeFacadeObject, err) != 0) {

@@ -5,6 +5,7 @@
 
 #include "NolarConstants.h"
 #include "ZorvNullPanning.h"
+#include "ZorvPanMessages.h"
 #include "ZorvSpeakers.h"
 
 t_class* zorv_pan_class = nullptr;
@@ -32,7 +33,21 @@ zorv_pan_message const zorv_pan_messages[] = {
     {"getvalueof", reinterpret_cast<method>(nolarmax::nolarmax_getvalueof), A_CANT},
     {"setvalueof", reinterpret_cast<method>(nolarmax::nolarmax_setvalueof), A_CANT},
     {"postdspstatus", reinterpret_cast<method>(zorv_pan_postdspstatus), A_NOTHING},
+    {"source", reinterpret_cast<method>(zorv_pan_source), A_GIMME},
+    {"loudspeakers", reinterpret_cast<method>(zorv_pan_loudspeakers), A_GIMME},
+    {"speakers", reinterpret_cast<method>(zorv_pan_loudspeakers), A_GIMME},
+    {"loudspeaker", reinterpret_cast<method>(zorv_pan_loudspeaker), A_GIMME},
+    {"speaker", reinterpret_cast<method>(zorv_pan_loudspeaker), A_GIMME},
+    {"info", reinterpret_cast<method>(zorv_pan_info), A_NOTHING},
     {"clear", reinterpret_cast<method>(zorv_pan_clear), A_NOTHING},
+    {"corners", reinterpret_cast<method>(zorv_pan_corners), A_GIMME},
+    {"implementation", reinterpret_cast<method>(zorv_pan_implementation), A_GIMME},
+    {"crossfadetype", reinterpret_cast<method>(zorv_pan_crossfadetype), A_SYM},
+    {"listener", reinterpret_cast<method>(zorv_pan_listener), A_GIMME},
+    {"load", reinterpret_cast<method>(zorv_pan_load), A_SYM},
+    {"read", reinterpret_cast<method>(zorv_pan_load), A_SYM},
+    {"loadnf", reinterpret_cast<method>(zorv_pan_load_nf), A_SYM},
+    {"loadNF", reinterpret_cast<method>(zorv_pan_load_nf), A_SYM},
     {"dsp", reinterpret_cast<method>(zorv_pan_dsp), A_CANT},
     {"assist", reinterpret_cast<method>(zorv_pan_assist), A_CANT},
 };
@@ -145,13 +160,6 @@ void zorv_pan_free(zorv_pan_signal_t* x) {
   nolarmax::RemoveFromDspChain(&x->ob);
   delete x->panner;
   x->panner = nullptr;
-}
-
-void zorv_pan_add_type_attributes(zorv_pan_signal_t* x) {
-  if (x->type == zorv_symbols.binaural) {
-    x->speakerspositionsCount = 0;
-    x->listenerpositionCount = 3;
-  }
 }
 
 void zorv_pan_initialize_speakers_positions(zorv_pan_signal_t* x) {

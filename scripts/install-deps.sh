@@ -8,6 +8,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev libeigen3-dev libsndfile1-dev libcli11-dev
   libopenblas-dev
+  puredata-dev puredata-core
+  python3-numpy python3-scipy python3-h5py libmysofa1
 )
 
 missing=()

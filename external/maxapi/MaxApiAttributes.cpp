@@ -392,7 +392,11 @@ t_max_err object_attr_setvalueof(void* x, t_symbol* s, long argc, C74_CONST t_at
   if (argc < 0 || argv == nullptr) argc = 0;
   std::vector<t_atom> values(argv, argv + argc);
   if (attr->clip) {
+    bool const floating = attr->type == _sym_float32 || attr->type == _sym_float64;
     for (t_atom& a : values) {
+      // A float attribute holds floats: a long is converted before the clip,
+      // so that 0 on a clip of 0.2 gives 0.2, not 1.
+      if (floating && a.a_type == A_LONG) atom_setfloat(&a, static_cast<double>(a.a_w.w_long));
       if (a.a_type == A_LONG) {
         double const v = static_cast<double>(a.a_w.w_long);
         if (attr->usemin && v < attr->clipmin)

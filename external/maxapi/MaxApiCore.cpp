@@ -325,12 +325,22 @@ std::vector<std::pair<int, std::string>>& consoleLines() {
 
 }  // namespace
 
+namespace {
 // The sink of the object being created or messaged on this thread, for lines
-// posted without an object.
-thread_local maxapi_console_sink const* maxapi_current_sink = nullptr;
+// posted without an object. Internal to this file: an extern thread_local
+// leaves a weak reference to its initialiser in every module that links the
+// layer, a name of ours in the module's dynamic symbol table.
+thread_local maxapi_console_sink const* currentSink = nullptr;
+}  // namespace
+
+maxapi_console_sink const* maxapi_exchange_current_sink(maxapi_console_sink const* sink) {
+  maxapi_console_sink const* previous = currentSink;
+  currentSink = sink;
+  return previous;
+}
 
 void maxapi_console_write(t_object* x, int severity, char const* text) {
-  maxapi_console_sink const* sink = maxapi_current_sink;
+  maxapi_console_sink const* sink = currentSink;
   if (x != nullptr && x->o_host != nullptr) sink = &x->o_host->sink;
   if (sink != nullptr && *sink) {
     (*sink)(severity, text);

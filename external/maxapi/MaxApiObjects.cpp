@@ -12,7 +12,7 @@
 
 #include "MaxApiHost.h"
 
-extern thread_local maxapi_console_sink const* maxapi_current_sink;
+maxapi_console_sink const* maxapi_exchange_current_sink(maxapi_console_sink const* sink);
 void maxapi_defer_forget(void* x);
 void maxapi_attr_free(maxapi_attr* attr);
 void maxapi_dictionary_free(maxapi_dictionary* d);
@@ -74,10 +74,8 @@ bool isInstance(void* x) {
 
 // Sets the sink for lines posted without an object, for one scope.
 struct SinkScope {
-  explicit SinkScope(maxapi_console_sink const* sink) : saved(maxapi_current_sink) {
-    maxapi_current_sink = sink;
-  }
-  ~SinkScope() { maxapi_current_sink = saved; }
+  explicit SinkScope(maxapi_console_sink const* sink) : saved(maxapi_exchange_current_sink(sink)) {}
+  ~SinkScope() { maxapi_exchange_current_sink(saved); }
   maxapi_console_sink const* saved;
 };
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "NolarMatrix.h"
 #include "NolarVectorOperations.h"
 
 namespace nolardsp {
@@ -234,8 +235,38 @@ void AudioBuffer::Impulse() {
   for (unsigned int k = 0; k < numChannels; ++k) Impulse(k);
 }
 
+void AudioBuffer::CopyTo(Matrix<float>& matrix) const {
+  matrix.Resize(numChannels, static_cast<unsigned int>(numSamples));
+  for (unsigned int k = 0; k < numChannels; ++k) Copy(matrix[k], channels[k], numSamples);
+}
+
+void AudioBuffer::CopyFrom(Matrix<float> const& matrix) {
+  unsigned int const rows = matrix.GetNumRows() < numChannels ? matrix.GetNumRows() : numChannels;
+  unsigned long const columns =
+      matrix.GetNumColumns() < numSamples ? matrix.GetNumColumns() : numSamples;
+  for (unsigned int k = 0; k < rows; ++k) Copy(channels[k], matrix[k], columns);
+}
+
 int AudioBuffer::SaveAsMatFile(char const*) {
   return 0;
+}
+
+void AudioBuffer::Print(std::ostream& stream, unsigned int precision) const {
+  Matrix<float> matrix;
+  CopyTo(matrix);
+  matrix.Print(stream, precision, "");
+}
+
+void AudioBuffer::PrintMatlabLike(std::ostream& stream, unsigned int precision) const {
+  Matrix<float> matrix;
+  CopyTo(matrix);
+  matrix.PrintMatlabLike(stream, precision, "");
+}
+
+void AudioBuffer::PrintLatexLike(std::ostream& stream, unsigned int precision) const {
+  Matrix<float> matrix;
+  CopyTo(matrix);
+  matrix.PrintLatexLike(stream, precision, "");
 }
 
 }  // namespace nolardsp

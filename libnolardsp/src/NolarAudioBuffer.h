@@ -1,8 +1,13 @@
 #pragma once
 
+#include <iosfwd>
+
 #include "NolarConstants.h"
 
 namespace nolardsp {
+
+template <typename T>
+class Matrix;
 
 // A multichannel store of non-interleaved float samples: one contiguous run
 // per channel, reached through a table of channel pointers. Either it owns one
@@ -90,8 +95,19 @@ class AudioBuffer {
   virtual void Impulse(unsigned int channel);
   virtual void Impulse();
 
+  // The matrix becomes numChannels rows by numSamples columns, row k holding
+  // channel k. Allocates: not for the audio thread.
+  virtual void CopyTo(Matrix<float>& matrix) const;
+  // Row k of the matrix into channel k, for the channels and samples both
+  // have; the buffer keeps its size.
+  virtual void CopyFrom(Matrix<float> const& matrix);
   // Writes nothing; always 0.
   virtual int SaveAsMatFile(char const* path);
+  // The buffer as a matrix (channels as rows) in the matrix's text forms,
+  // with an empty title. Allocate: for set-up and debugging.
+  virtual void Print(std::ostream& stream, unsigned int precision) const;
+  virtual void PrintMatlabLike(std::ostream& stream, unsigned int precision) const;
+  virtual void PrintLatexLike(std::ostream& stream, unsigned int precision) const;
 
   unsigned int GetNumChannels() const { return numChannels; }
   unsigned long GetNumSamples() const { return numSamples; }

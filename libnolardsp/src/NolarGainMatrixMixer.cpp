@@ -1,6 +1,7 @@
 #include "NolarGainMatrixMixer.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "NolarVectorOperations.h"
 
@@ -254,19 +255,99 @@ void group(float* o, float const* const* in, float const* g, float const* s, uns
   }
 }
 
+// Register tiles. For 32 samples at a time the running sums of one or two
+// outputs stay in registers while every input passes by, so an output sample
+// is loaded and stored once per chunk, not once per group of inputs. The sum
+// over the inputs keeps its left-to-right order; the lanes are the compiler's
+// portable vectors, lowered to whatever the clone below runs.
+typedef float Lanes __attribute__((vector_size(64)));
+typedef int IndexLanes __attribute__((vector_size(64)));
+int const lanes = 16;
+int const vectors = 2;
+long const tileLength = 32;
+
+// Outputs o (and p when Pair) over samples [kt, kt + 32) of the run; gains g
+// (and h), steps s (and t) used when Ramp, the sample index of the run's
+// first sample being k0.
+template <bool Pair, bool Ramp>
+void tile(float* o, float* p, float* const* inputs, unsigned long offset, unsigned int const* index,
+          float const* g, float const* h, float const* s, float const* t, unsigned int count,
+          int k0, long kt, bool write) {
+  // Loads and stores go through memcpy: runs are not aligned to a tile.
+  // Lanes never cross a function boundary, which keeps the calling
+  // convention out of it.
+  Lanes a[vectors], b[vectors], k[vectors], v;
+  IndexLanes const iota = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+  for (int q = 0; q < vectors; ++q) {
+    // The sample index of each lane as a float, exactly as (float)(k) is.
+    k[q] = __builtin_convertvector(iota + (k0 + static_cast<int>(kt) + lanes * q), Lanes);
+  }
+  unsigned int e = 0;
+  if (write) {
+    float const* x = inputs[index[0]] + offset + kt;
+    for (int q = 0; q < vectors; ++q) {
+      std::memcpy(&v, x + lanes * q, sizeof v);
+      a[q] = (Ramp ? g[0] + k[q] * s[0] : g[0] - Lanes{}) * v;
+      if (Pair) b[q] = (Ramp ? h[0] + k[q] * t[0] : h[0] - Lanes{}) * v;
+    }
+    e = 1;
+  } else {
+    for (int q = 0; q < vectors; ++q) {
+      std::memcpy(&a[q], o + kt + lanes * q, sizeof v);
+      if (Pair) std::memcpy(&b[q], p + kt + lanes * q, sizeof v);
+    }
+  }
+  for (; e < count; ++e) {
+    float const* x = inputs[index[e]] + offset + kt;
+    float const ge = g[e];
+    float const he = Pair ? h[e] : 0.f;
+    for (int q = 0; q < vectors; ++q) {
+      std::memcpy(&v, x + lanes * q, sizeof v);
+      if (Ramp) {
+        a[q] = a[q] + (ge + k[q] * s[e]) * v;
+        if (Pair) b[q] = b[q] + (he + k[q] * t[e]) * v;
+      } else {
+        a[q] = a[q] + ge * v;
+        if (Pair) b[q] = b[q] + he * v;
+      }
+    }
+  }
+  for (int q = 0; q < vectors; ++q) {
+    std::memcpy(o + kt + lanes * q, &a[q], sizeof v);
+    if (Pair) std::memcpy(p + kt + lanes * q, &b[q], sizeof v);
+  }
+}
+
 // output (+)= the terms over samples [k0, k0 + n) of the chunk, the first term
 // writing when overwrite is set. output points at sample k0; the input of
 // term e is inputs[index[e]] + offset, offset including k0.
 //
 // On x86-64 this is built once per vector width and the widest the processor
 // runs is picked at load time. The clones do the same operations in the same
-// order, so every processor computes the same samples.
-#if defined(__GNUC__) && defined(__x86_64__)
+// order, so every processor computes the same samples (defining
+// NOLAR_MIX_NO_CLONES builds one version only, to check exactly that).
+#if defined(__GNUC__) && defined(__x86_64__) && !defined(NOLAR_MIX_NO_CLONES)
 __attribute__((target_clones("avx512f", "avx2", "default"), flatten))
 #endif
 void mixTerms(float* output, float* const* inputs, unsigned long offset, unsigned int const* index,
               float const* gains, float const* steps, unsigned int count, int k0, long n,
               bool overwrite) {
+  long const tiled = n / tileLength * tileLength;
+  for (long kt = 0; kt < tiled; kt += tileLength) {
+    if (steps != nullptr) {
+      tile<false, true>(output, nullptr, inputs, offset, index, gains, nullptr, steps, nullptr,
+                        count, k0, kt, overwrite);
+    } else {
+      tile<false, false>(output, nullptr, inputs, offset, index, gains, nullptr, nullptr, nullptr,
+                         count, k0, kt, overwrite);
+    }
+  }
+  // The rest, a few inputs at a time: the same sums.
+  output += tiled;
+  offset += static_cast<unsigned long>(tiled);
+  k0 += static_cast<int>(tiled);
+  n -= tiled;
+  if (n == 0) return;
   unsigned int done = 0;
   bool write = overwrite;
   float const* in[4];
@@ -288,12 +369,27 @@ void mixTerms(float* output, float* const* inputs, unsigned long offset, unsigne
 // mixTerms for two outputs with the same index list: gains g and h, steps s
 // and t (null when every gain stands). Groups of four and then single terms;
 // how terms are grouped never changes a sample, only the loads.
-#if defined(__GNUC__) && defined(__x86_64__)
+#if defined(__GNUC__) && defined(__x86_64__) && !defined(NOLAR_MIX_NO_CLONES)
 __attribute__((target_clones("avx512f", "avx2", "default"), flatten))
 #endif
 void mixPairTerms(float* output, float* other, float* const* inputs, unsigned long offset,
                   unsigned int const* index, float const* g, float const* h, float const* s,
                   float const* t, unsigned int count, int k0, long n, bool overwrite) {
+  long const tiled = n / tileLength * tileLength;
+  for (long kt = 0; kt < tiled; kt += tileLength) {
+    if (s != nullptr) {
+      tile<true, true>(output, other, inputs, offset, index, g, h, s, t, count, k0, kt, overwrite);
+    } else {
+      tile<true, false>(output, other, inputs, offset, index, g, h, nullptr, nullptr, count, k0, kt,
+                        overwrite);
+    }
+  }
+  output += tiled;
+  other += tiled;
+  offset += static_cast<unsigned long>(tiled);
+  k0 += static_cast<int>(tiled);
+  n -= tiled;
+  if (n == 0) return;
   unsigned int done = 0;
   bool write = overwrite;
   float const* in[8];
@@ -314,12 +410,11 @@ void mixPairTerms(float* output, float* other, float* const* inputs, unsigned lo
 }
 
 // Samples per run: every output reads all of a run's inputs, so a run's
-// inputs (half a megabyte at most) should stay in the second-level cache. The
-// usual blocks are a single run; first-level runs were measured no faster,
-// the loops being bound by arithmetic once the inputs sit in either cache.
+// inputs (24 kB) should stay in the first-level cache while the outputs pass.
+// Runs are whole register tiles where the block allows.
 long runLength(unsigned int numInputs) {
-  long const samples = 131072 / static_cast<long>(numInputs > 0 ? numInputs : 1);
-  return samples < 64 ? 64 : samples / 16 * 16;
+  long const samples = 6144 / static_cast<long>(numInputs > 0 ? numInputs : 1);
+  return samples < tileLength ? tileLength : samples / tileLength * tileLength;
 }
 
 }  // namespace
@@ -340,6 +435,8 @@ void GainMatrixMixer::Resize(unsigned int n, unsigned int m) {
   chunkStep.assign(size, 0.f);
   chunkCounts.assign(m, 0);
   pairedWithNext.assign(m, 0);
+  packedSamples.assign(static_cast<std::size_t>(n) * static_cast<std::size_t>(runLength(n)), 0.f);
+  packedInputs.assign(n, nullptr);
 }
 
 void GainMatrixMixer::SetPeriod(float const* startGains, float const* targetGains) {
@@ -431,11 +528,27 @@ void GainMatrixMixer::Mix(float** outputs, float* const* inputs, unsigned long o
     steps = st;
   }
 
-  // The samples, in runs short enough for the inputs to stay in cache.
+  // The samples, in runs short enough for the inputs to stay in cache. When
+  // a chunk takes several runs, each run's active inputs are first copied
+  // side by side: hosts lay channels out at power-of-two distances, which
+  // puts every input's run in the same few cache sets once runs are far apart.
   long const run = runLength(numInputs);
   long const total = static_cast<long>(c);
+  bool const pack = total > run && numOutputs >= 4 && numInputs >= 4;
   for (long k0 = 0; k0 < total; k0 += run) {
     long const n = total - k0 < run ? total - k0 : run;
+    float* const* source = inputs;
+    unsigned long from = offset + static_cast<unsigned long>(k0);
+    if (pack) {
+      for (unsigned int i = 0; i < numInputs; ++i) {
+        if (activeInputs[i] == 0) continue;
+        float* const packed = packedSamples.data() + static_cast<std::size_t>(i) * run;
+        Copy(packed, inputs[i] + from, static_cast<unsigned long>(n));
+        packedInputs[i] = packed;
+      }
+      source = packedInputs.data();
+      from = 0;
+    }
     for (unsigned int j = 0; j < numOutputs; ++j) {
       float* const out = outputs[j] + offset + k0;
       if (count[j] == 0) {
@@ -443,19 +556,18 @@ void GainMatrixMixer::Mix(float** outputs, float* const* inputs, unsigned long o
         continue;
       }
       std::size_t const base = static_cast<std::size_t>(j) * numInputs;
-      unsigned long const from = offset + static_cast<unsigned long>(k0);
       float const* const st = steps != nullptr ? steps + base : nullptr;
       if (pairedWithNext[j] != 0) {
         // Same inputs as the next output (filtering inactive inputs keeps
         // them the same), so both are done in one pass.
         std::size_t const next = base + numInputs;
-        mixPairTerms(out, outputs[j + 1] + offset + k0, inputs, from, idx + base, gains + base,
+        mixPairTerms(out, outputs[j + 1] + offset + k0, source, from, idx + base, gains + base,
                      gains + next, st, steps != nullptr ? steps + next : nullptr, count[j],
                      static_cast<int>(k0), n, overwrite);
         ++j;
         continue;
       }
-      mixTerms(out, inputs, from, idx + base, gains + base, st, count[j], static_cast<int>(k0), n,
+      mixTerms(out, source, from, idx + base, gains + base, st, count[j], static_cast<int>(k0), n,
                overwrite);
     }
   }

@@ -63,6 +63,9 @@ class GainMatrixMixer {
   std::vector<float> chunkGain;
   std::vector<float> chunkStep;
   std::vector<unsigned int> chunkCounts;
+  // A run's active inputs copied side by side, and where each one stands.
+  std::vector<float> packedSamples;
+  std::vector<float*> packedInputs;
 };
 
 }  // namespace nolardsp

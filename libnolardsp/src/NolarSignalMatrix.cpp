@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "NolarRamp.h"
+#include "NolarMatrix.h"
 #include "NolarVectorOperations.h"
 
 namespace nolardsp {
@@ -60,6 +60,15 @@ void SignalMatrix::SetGain(unsigned int input, unsigned int output, float gain) 
 
 void SignalMatrix::SetGains(float gain) {
   std::fill(nextGains, nextGains + static_cast<std::size_t>(numInputs) * numOutputs, gain);
+}
+
+void SignalMatrix::SetGains(Matrix<float> const& gains) {
+  unsigned int const rows = gains.GetNumRows() < numInputs ? gains.GetNumRows() : numInputs;
+  unsigned int const columns =
+      gains.GetNumColumns() < numOutputs ? gains.GetNumColumns() : numOutputs;
+  for (unsigned int i = 0; i < rows; ++i) {
+    for (unsigned int j = 0; j < columns; ++j) nextGains[i * numOutputs + j] = gains(i, j);
+  }
 }
 
 void SignalMatrix::SetRampTime(float milliseconds) {

@@ -7,6 +7,9 @@
 
 namespace nolardsp {
 
+template <typename T>
+class Matrix;
+
 // A dense inputs-by-outputs gain matrix whose gains ramp in fixed cycles.
 //
 // A cycle is rampLength samples and the cycles run for ever, whether or not a
@@ -54,6 +57,9 @@ class SignalMatrix : public SignalProcessing {
   // indices are ignored.
   void SetGain(unsigned int input, unsigned int output, float gain);
   void SetGains(float gain);
+  // Rows are inputs, columns outputs; entries the matrix lacks keep their
+  // pending value.
+  void SetGains(Matrix<float> const& gains);
   // Truncation of (0.001 * samplerate) * ms. The position is left alone; a
   // position at or past the new end ends the cycle before the next sample. A
   // time under one sample (or NaN) gives a cycle of no length: the gains

@@ -3,9 +3,12 @@
 #include <exception>
 #include <map>
 
+#include "ZorvAmbisonicPanning.h"
 #include "ZorvAngularPanning.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
+#include "ZorvHOA2DPanning.h"
+#include "ZorvHOA3DPanning.h"
 #include "ZorvNullPanning.h"
 #include "ZorvStereoABPanning.h"
 #include "ZorvStereoMSPanning.h"
@@ -146,11 +149,11 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::Dbap3D:
       return DbapPanning3D::Create(numInputs, numOutputs);
     case Pan::BFormat:
-      return notBuiltYet(numInputs, numOutputs);  // AmbisonicPanning
+      return AmbisonicPanning::Create(numInputs, numOutputs);
     case Pan::HOA2D:
-      return notBuiltYet(numInputs, numOutputs);  // HOA2DPanning
+      return HOA2DPanning::Create(numInputs, numOutputs);
     case Pan::HOA3D:
-      return notBuiltYet(numInputs, numOutputs);  // HOA3DPanning
+      return HOA3DPanning::Create(numInputs, numOutputs);
     case Pan::VDbap:
       return VDbapPanning::Create(numInputs, numOutputs);
     case Pan::NFCHOA2D:

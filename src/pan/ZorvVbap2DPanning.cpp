@@ -24,6 +24,8 @@ void Vbap2DPanning::SetLoudspeakerPositions(nolardsp::CartesianVector const* pos
 }
 
 void Vbap2DPanning::SetOmniSpreadFactor(unsigned int source, float degrees) {
+  // Every call is echoed on the error stream, the value unchanged or not: a
+  // trace of the spread this panner is given, kept on purpose.
   std::cerr << "SetOmniSpreadFactor = " << degrees << std::endl;
   if (source >= spread.size() || spread[source] == degrees) return;
   spread[source] = degrees;

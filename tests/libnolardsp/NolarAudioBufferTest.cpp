@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <sstream>
 #include <vector>
 
 #include "NolarAudioBufferReference.h"
+#include "NolarMatrix.h"
 
 namespace {
 
@@ -195,6 +197,28 @@ TEST(AudioBuffer, ImpulseAndNoise) {
   EXPECT_GT(hi, 0.45f);
   EXPECT_NEAR(sum / 8000.0, 0.0, 0.02);
   EXPECT_EQ(b.SaveAsMatFile("unused.mat"), 0);
+}
+
+TEST(AudioBuffer, MatrixRoundTripAndPrinting) {
+  AudioBuffer b(3, 4, true);
+  numberSamples(b);
+  nolardsp::Matrix<float> m;
+  b.CopyTo(m);
+  ASSERT_EQ(m.GetNumRows(), 3u);
+  ASSERT_EQ(m.GetNumColumns(), 4u);
+  EXPECT_EQ(m(2, 3), 203.f);
+  std::ostringstream direct, viaBuffer;
+  m.PrintMatlabLike(direct, 4, "");
+  b.PrintMatlabLike(viaBuffer, 4);
+  EXPECT_EQ(viaBuffer.str(), direct.str());
+  EXPECT_FALSE(viaBuffer.str().empty());
+  // Back, into a smaller buffer: only what both have.
+  m(1, 0) = -1.f;
+  AudioBuffer small(2, 2, true);
+  small.Fill(9.f);
+  small.CopyFrom(m);
+  EXPECT_EQ(small.GetChannel(1)[0], -1.f);
+  EXPECT_EQ(small.GetChannel(0)[1], 1.f);
 }
 
 }  // namespace

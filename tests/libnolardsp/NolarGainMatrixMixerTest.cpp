@@ -67,8 +67,11 @@ std::vector<float*> pointers(std::vector<std::vector<float>>& channels) {
 TEST(GainMatrixMixer, MatchesThePlainElementByElementMixExactly) {
   std::mt19937 random(7);
   std::uniform_real_distribution<float> value(-1.f, 1.f);
-  for (int trial = 0; trial < 300; ++trial) {
-    unsigned int const n = 1 + random() % 11, m = 1 + random() % 11;
+  for (int trial = 0; trial < 330; ++trial) {
+    // The last trials are wide enough for a chunk to take several runs.
+    bool const wide = trial >= 300;
+    unsigned int const n = wide ? 30 + random() % 40 : 1 + random() % 11;
+    unsigned int const m = wide ? 4 + random() % 9 : 1 + random() % 11;
     int const kind = trial % 4;  // 0 dense, 1 sparse, 2 standing, 3 columns alike
     std::vector<float> s(n * m), t(n * m);
     for (unsigned int e = 0; e < n * m; ++e) {
@@ -87,8 +90,8 @@ TEST(GainMatrixMixer, MatchesThePlainElementByElementMixExactly) {
     if (trial % 3 == 1) {
       for (auto& a : active) a = static_cast<short>(random() % 2);
     }
-    unsigned long const length = 1 + random() % 700, offset = random() % 5;
-    int const period = 1 + static_cast<int>(random() % 2000);
+    unsigned long const length = 1 + random() % (wide ? 1500 : 700), offset = random() % 5;
+    int const period = 1 + static_cast<int>(random() % (wide ? 4000 : 2000));
     int const position = static_cast<int>(random() % static_cast<unsigned int>(period));
     unsigned long const c =
         std::min<unsigned long>(length, static_cast<unsigned long>(period - position));

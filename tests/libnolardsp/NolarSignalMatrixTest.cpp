@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "NolarConstants.h"
+#include "NolarMatrix.h"
 #include "ZorvTestAllocationCounter.h"
 
 namespace {
@@ -139,6 +140,19 @@ TEST(SignalMatrix, ARateChangeKeepsTimesAndClearKeepsGains) {
   EXPECT_EQ(m.GetTargetGains()[0], 1.f);
   m.SetGain(5, 0, 1.f);  // out of range: ignored
   EXPECT_EQ(m.GetNextGain(0, 0), 1.f);
+}
+
+TEST(SignalMatrix, GainsFromAMatrixAreInputRowsByOutputColumns) {
+  SignalMatrix m(2, 3);
+  m.SetGains(0.5f);
+  nolardsp::Matrix<float> g(2, 2, 0.f);
+  g(1, 0) = 3.f;
+  g(0, 1) = 2.f;
+  m.SetGains(g);
+  EXPECT_EQ(m.GetNextGain(1, 0), 3.f);
+  EXPECT_EQ(m.GetNextGain(0, 1), 2.f);
+  EXPECT_EQ(m.GetNextGain(0, 0), 0.f);
+  EXPECT_EQ(m.GetNextGain(1, 2), 0.5f);  // outside the matrix: kept
 }
 
 TEST(SignalMatrix, BlocksAllocateNothing) {

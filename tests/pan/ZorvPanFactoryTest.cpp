@@ -4,8 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "ZorvAngularPanning.h"
+#include "ZorvDbapPanning2D.h"
+#include "ZorvHOA2DPanning.h"
+#include "ZorvHOA3DPanning.h"
 #include "ZorvNullPanning.h"
 #include "ZorvPan.h"
+#include "ZorvVbapPanning.h"
 
 namespace {
 
@@ -34,6 +39,38 @@ TEST(PanFactory, UnknownTypeIsNullPanning) {
   EXPECT_TRUE(isNull(p.get()));
   std::unique_ptr<Pan> q(Pan::Factory(1, 4, "null", "direct"));
   EXPECT_TRUE(isNull(q.get()));
+}
+
+template <typename T>
+bool builds(char const* type, char const* subtype, unsigned int numOutputs) {
+  std::unique_ptr<Pan> p(Pan::Factory(2, numOutputs, type, subtype));
+  return dynamic_cast<T*>(p.get()) != nullptr;
+}
+
+TEST(PanFactory, SubtypeIsIgnoredOutsideTheBinauralFamily) {
+  EXPECT_TRUE(builds<Zorv::VbapPanning>("vbap", "nearfield", 8));
+  EXPECT_TRUE(builds<Zorv::VbapPanning>("vbap3d", "unknown", 8));
+  EXPECT_TRUE(builds<Zorv::AngularPanning>("angular", "early", 4));
+  EXPECT_TRUE(builds<Zorv::DbapPanning2D>("dbap", "direct", 4));
+}
+
+TEST(PanFactory, AmbisonicOrderFollowsTheChannelCount) {
+  struct Case {
+    char const* type;
+    unsigned int outputs;
+    int order;  // -1: no panner
+  } const cases[] = {{"hoa3d", 4, 1}, {"hoa", 9, 2},   {"hoa3d", 8, -1}, {"hoa3d", 1, -1},
+                     {"hoa2d", 1, 0}, {"hoa2D", 5, 2}, {"hoa2d", 4, -1}};
+  for (Case const& c : cases) {
+    std::unique_ptr<Pan> p(Pan::Factory(1, c.outputs, c.type, "direct"));
+    auto const* hoa = dynamic_cast<Zorv::HOAPanning*>(p.get());
+    if (c.order < 0) {
+      EXPECT_TRUE(isNull(p.get())) << c.type << " " << c.outputs;
+    } else {
+      ASSERT_NE(hoa, nullptr) << c.type << " " << c.outputs;
+      EXPECT_EQ(static_cast<int>(hoa->GetOrder()), c.order) << c.type << " " << c.outputs;
+    }
+  }
 }
 
 TEST(PanFactory, NamesMapToTheirMethods) {

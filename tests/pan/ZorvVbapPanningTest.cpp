@@ -6,6 +6,8 @@
 #include <memory>
 #include <vector>
 
+#include "NolarConstants.h"
+#include "ZorvAmplitudePanning.h"
 #include "ZorvPanTestLayouts.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbipPanning.h"
@@ -93,6 +95,55 @@ TEST(Vbap2DPanning, RendersTheRingAndTellsItsActivePair) {
   // Sorted clockwise from the front: speaker 1 (user -45) before speaker 0 (45).
   EXPECT_EQ(channels[0], 1u);
   EXPECT_EQ(channels[1], 0u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Vbap2DPanning, UnitDcSettlesOnTheGainsAndGlidesWithoutStep) {
+  unsigned int const m = 8, block = 64;
+  std::unique_ptr<Zorv::Pan> pan(Zorv::Pan::Factory(1, m, "vbap2d", "direct"));
+  auto* amp = dynamic_cast<Zorv::AmplitudePanning*>(pan.get());
+  ASSERT_NE(amp, nullptr);
+  auto const s = ring(m);
+  pan->SetLoudspeakerPositions(s.data());
+  pan->Configure(48000.f, block, true);
+  int const period = amp->GetRampLength();
+
+  std::vector<float> in(block, 1.f);
+  std::vector<std::vector<float>> out(m, std::vector<float>(block));
+  float* ins[1] = {in.data()};
+  std::vector<float*> outs;
+  for (auto& c : out) outs.push_back(c.data());
+  std::vector<std::vector<float>> trace(m);
+  auto run = [&](int samples) {
+    for (int done = 0; done < samples; done += block) {
+      pan->Process(outs.data(), ins, block, nolardsp::allActiveInputs);
+      for (unsigned int k = 0; k < m; ++k)
+        trace[k].insert(trace[k].end(), out[k].begin(), out[k].end());
+    }
+  };
+
+  CartesianVector const a = fromDegrees(10.f, 0.f), b = fromDegrees(130.f, 0.f);
+  pan->SetSourcePosition(0, a, false);
+  std::vector<float> const ga(amp->GetNextGains(), amp->GetNextGains() + m);
+  run(3 * period);
+  for (unsigned int k = 0; k < m; ++k) EXPECT_EQ(trace[k].back(), ga[k]);
+
+  for (auto& t : trace) t.clear();
+  pan->SetSourcePosition(0, b, false);
+  std::vector<float> const gb(amp->GetNextGains(), amp->GetNextGains() + m);
+  run(3 * period);
+  for (unsigned int k = 0; k < m; ++k) {
+    EXPECT_EQ(trace[k].back(), gb[k]);
+    // One straight ramp over one period: no sample moves by more than its share.
+    float const bound = std::fabs(gb[k] - ga[k]) / static_cast<float>(period) * 1.01f + 1e-7f;
+    for (std::size_t n = 1; n < trace[k].size(); ++n) {
+      ASSERT_LE(std::fabs(trace[k][n] - trace[k][n - 1]), bound) << k << " " << n;
+    }
+    EXPECT_EQ(trace[k].front(), ga[k]);
+  }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ZorvPanTestLayouts.h"
+#include "ZorvSpeakers.h"
 #include "ZorvTestAllocationCounter.h"
 
 namespace {
@@ -71,6 +72,30 @@ TEST(VectorBasedTriangulation, CubeTripletsCoverTheSphereWithoutOverlap) {
       EXPECT_LT(m, -0.001f);
     }
   }
+}
+
+TEST(VectorBasedTriangulation, OfTwoEqualDiagonalsTheLaterPairSurvives) {
+  // The built-in cube: top face 0 1 2 3, bottom face 4 5 6 7. Both diagonals
+  // of a face are equally long; the later pair in enumeration goes first in
+  // the table of sides and removes the one it crosses.
+  std::vector<CartesianVector> s(Zorv::Speakers::cube(), Zorv::Speakers::cube() + 8);
+  for (auto& v : s) v = unit(v);
+  auto t = layout(s);
+  auto has = [&](unsigned int a, unsigned int b) {
+    for (auto const& tr : t.GetTriplets()) {
+      bool fa = false, fb = false;
+      for (unsigned short k : tr.speakers) {
+        fa = fa || k == a;
+        fb = fb || k == b;
+      }
+      if (fa && fb) return true;
+    }
+    return false;
+  };
+  EXPECT_TRUE(has(1, 3));
+  EXPECT_FALSE(has(0, 2));
+  EXPECT_TRUE(has(5, 7));
+  EXPECT_FALSE(has(4, 6));
 }
 
 TEST(VectorBasedTriangulation, ImageDirectionPointsAtTheSourceOnCubeAndDome) {

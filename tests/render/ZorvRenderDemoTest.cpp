@@ -59,12 +59,13 @@ TEST(DemoTest, TheScoreGoesOnceAroundWithinTheSound) {
     auto const& entry = score.Entries()[i];
     EXPECT_LT(entry.seconds, DemoSeconds);
     std::istringstream words(entry.message);
-    std::string source, index, keyword;
-    double azimuth = 0., elevation = 0., distance = 0.;
-    words >> source >> index >> keyword >> azimuth >> elevation >> distance;
-    ASSERT_EQ(source + index + keyword, "source1aed") << entry.message;
-    EXPECT_GE(azimuth, -180.);
-    EXPECT_LT(azimuth, 180.);
+    std::string selector;
+    double x = 0., y = 0., z = 1.;
+    words >> selector >> x >> y >> z;
+    ASSERT_EQ(selector, "sourcespositions") << entry.message;
+    EXPECT_NEAR(std::hypot(x, y), 1., 1e-5);
+    EXPECT_EQ(z, 0.);
+    double const azimuth = std::atan2(x, y) * 180. / 3.141592653589793;  // clockwise from y
     if (previousAzimuth > -1000.) {
       double step = azimuth - previousAzimuth;
       step += step < -180. ? 360. : 0.;

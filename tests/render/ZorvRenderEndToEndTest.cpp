@@ -28,8 +28,16 @@ std::string quote(std::string const& word) {
   return quoted + "'";
 }
 
-Outcome runRender(TempDir const& dir, std::vector<std::string> const& args) {
+// A box the object refuses leaves its half-made instance abandoned, as a host
+// does; a sanitizer build must not count that as the renderer's leak.
+enum class Creation { MustSucceed, MayFail };
+
+Outcome runRender(TempDir const& dir, std::vector<std::string> const& args,
+                  Creation creation = Creation::MustSucceed) {
   std::string command = quote(ZORV_RENDER_BINARY);
+  if (creation == Creation::MayFail) {
+    command = "ASAN_OPTIONS=\"$ASAN_OPTIONS:detect_leaks=0\" " + command;
+  }
   for (auto const& arg : args) {
     command += " " + quote(arg);
   }
@@ -54,25 +62,38 @@ constexpr long long rampLength = 960;
 constexpr long long moveAt = 24576;
 constexpr float level = 0.5f;
 
-class RenderEndToEndTest : public ::testing::TestWithParam<std::string> {
+// The source moves either by the coordinate grammar or by the attribute that
+// holds every source's x y z; the first needs the grammar in the object.
+struct Scene {
+  std::string type;
+  std::string start;
+  std::string move;
+};
+
+std::ostream& operator<<(std::ostream& out, Scene const& scene) {
+  return out << scene.type << " by \"" << scene.move << "\"";
+}
+
+class RenderEndToEndTest : public ::testing::TestWithParam<Scene> {
  protected:
   void SetUp() override {
 #ifndef ZORV_RENDER_BINARY
     GTEST_SKIP() << "zorv-render is not built: the object's library is not there yet";
 #else
-    box = "@numinputs 1 @numoutputs 4 @interpolationtime 20 @type " + GetParam();
+    box = "@numinputs 1 @numoutputs 4 @interpolationtime 20 @type " + GetParam().type;
     zorvrendertest::WriteAudio(dir / "dc.wav", {std::vector<float>(rate, level)}, rate);
     zorvrendertest::WriteText(dir / "moves.txt",
-                              "# to the next speaker, clockwise\n0.512 source 1 aed 45 0 1\n");
+                              "# to the next speaker, clockwise\n0.512 " + GetParam().move + "\n");
     // The render needs a panner of this type and the coordinate grammar; until
     // both are in the object these tests wait. Any other refusal is a failure.
-    Outcome probe = runRender(dir, {"-q", "-d", "0.01", "-o", dir / "probe.wav", box});
+    Outcome probe =
+        runRender(dir, {"-q", "-d", "0.01", "-o", dir / "probe.wav", box}, Creation::MayFail);
     if (probe.code == 3 &&
         probe.err.find("Unsupported panning configuration") != std::string::npos) {
-      GTEST_SKIP() << "no " << GetParam() << " panner yet: " << probe.err;
+      GTEST_SKIP() << "no " << GetParam().type << " panner yet: " << probe.err;
     }
     ASSERT_EQ(probe.code, 0) << probe.err;
-    probe = runRender(dir, {"-q", "--strict", "-d", "0.01", "-m", "source 1 aed -45 0 1", "-o",
+    probe = runRender(dir, {"-q", "--strict", "-d", "0.01", "-m", GetParam().start, "-o",
                             dir / "probe.wav", box});
     if (probe.code == 7 && probe.err.find("doesn't understand \"source\"") != std::string::npos) {
       GTEST_SKIP() << "the object does not take \"source\" messages yet: " << probe.err;
@@ -86,9 +107,16 @@ class RenderEndToEndTest : public ::testing::TestWithParam<std::string> {
 #ifdef ZORV_RENDER_BINARY
     Outcome const outcome =
         runRender(dir, {"-q", "--strict", "-b", std::to_string(blockSize), "-i", dir / "dc.wav",
-                        "-m", "source 1 aed -45 0 1", "-s", dir / "moves.txt", "-o", out, box});
+                        "-m", GetParam().start, "-s", dir / "moves.txt", "-o", out, box});
     EXPECT_EQ(outcome.code, 0) << outcome.err;
-    EXPECT_EQ(outcome.err, "");
+    // The ring panner echoes every spread it is given, the defaults of its
+    // spread attribute at creation included; nothing else may be said.
+    std::string err = outcome.err;
+    std::string const echo = "SetOmniSpreadFactor = 0\n";
+    for (std::size_t at = err.find(echo); at != std::string::npos; at = err.find(echo)) {
+      err.erase(at, echo.size());
+    }
+    EXPECT_EQ(err, "");
 #endif
     return zorvrendertest::ReadAudio(out);
   }
@@ -119,7 +147,7 @@ TEST_P(RenderEndToEndTest, TheSourceMovesToTheNextSpeakerWithoutSteps) {
     }
     EXPECT_NEAR(audio.channels[(j + 1) % 4][after], channel[before], 1e-6) << j;
   }
-  if (GetParam() == "vbap2d") {
+  if (GetParam().type == "vbap2d") {
     // On a speaker, the pair law gives that speaker alone.
     EXPECT_NEAR(audio.channels[0][before], level, 1e-6);
     EXPECT_NEAR(audio.channels[1][after], level, 1e-6);
@@ -166,8 +194,24 @@ TEST_P(RenderEndToEndTest, BlockSizesAgreeExactlyWhereGainsStandAndToRoundingWhi
   }
 }
 
+// From -45 to 45 degrees, one metre away.
+Scene const byAttribute{"", "sourcespositions -0.70710678 0.70710678 0",
+                        "sourcespositions 0.70710678 0.70710678 0"};
+Scene const byGrammar{"", "source 1 aed -45 0 1", "source 1 aed 45 0 1"};
+
+Scene with(std::string const& type, Scene scene) {
+  scene.type = type;
+  return scene;
+}
+
 INSTANTIATE_TEST_SUITE_P(GainMatrixPanners, RenderEndToEndTest,
-                         ::testing::Values("vbap2d", "dbap"));
+                         ::testing::Values(with("vbap2d", byAttribute), with("dbap", byAttribute),
+                                           with("vbap2d", byGrammar), with("dbap", byGrammar)),
+                         [](::testing::TestParamInfo<Scene> const& info) {
+                           return info.param.type + (info.param.move.rfind("source ", 0) == 0
+                                                         ? "ByGrammar"
+                                                         : "ByAttribute");
+                         });
 
 // Through the real object: a box it refuses, and a bad score line, each with
 // its message, its exit code and no output.
@@ -183,8 +227,8 @@ class RenderEndToEndFailureTest : public ::testing::Test {
 
 TEST_F(RenderEndToEndFailureTest, AnUnknownTypeMakesNoObject) {
 #ifdef ZORV_RENDER_BINARY
-  Outcome const outcome =
-      runRender(dir, {"-d", "0.1", "-o", dir / "out.wav", "zorv.pan~ @type nosuchtype"});
+  Outcome const outcome = runRender(
+      dir, {"-d", "0.1", "-o", dir / "out.wav", "zorv.pan~ @type nosuchtype"}, Creation::MayFail);
   EXPECT_EQ(outcome.code, 3);
   EXPECT_EQ(outcome.err,
             "zorv.pan~: error: Unsupported panning configuration\n"

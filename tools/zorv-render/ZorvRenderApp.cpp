@@ -122,10 +122,10 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
 
   auto strictStop = [&]() { return options.strict && console.ObjectErrors() > 0; };
   for (auto const& message : options.messages) {
-    object->SendMessage(message);
     if (strictStop()) {
       break;
     }
+    object->SendMessage(message);
   }
 
   std::vector<TimedMessage> const timed = TimeScore(score, samplerate);

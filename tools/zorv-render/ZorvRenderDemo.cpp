@@ -72,6 +72,8 @@ unsigned int DemoSource::Read(float* const* channels, unsigned int n) {
 }
 
 std::string DemoScoreText(double seconds) {
+  // Positions go by the attribute that holds the sources' x y z (x to the
+  // right, y to the front), which every panning type has.
   std::string text =
       "# The built-in demonstration: one source circling the listener once,\n"
       "# clockwise from the front, one metre away.\n"
@@ -80,9 +82,10 @@ std::string DemoScoreText(double seconds) {
   long long const steps = static_cast<long long>(std::floor(seconds / step + 1e-9));
   for (long long i = 0; i < steps; ++i) {
     double const t = static_cast<double>(i) * step;
-    double azimuth = std::fmod(360. * t / seconds + 180., 360.) - 180.;
+    double const azimuth = 2. * pi * t / seconds;
     char line[96];
-    std::snprintf(line, sizeof(line), "%.2f source 1 aed %.2f 0 1\n", t, azimuth);
+    std::snprintf(line, sizeof(line), "%.2f sourcespositions %.6f %.6f 0\n", t, std::sin(azimuth),
+                  std::cos(azimuth));
     text += line;
   }
   return text;

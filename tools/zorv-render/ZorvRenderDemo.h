@@ -32,7 +32,8 @@ class DemoSource final : public Source {
 };
 
 // The score of the demonstration, as score text: a position every 50 ms with
-// a 50 ms ramp, so the gains glide without a pause between steps.
+// a 50 ms ramp, so the gains glide without a pause between steps. For a box of
+// one inlet.
 std::string DemoScoreText(double seconds = DemoSeconds);
 
 }  // namespace zorvrender
