@@ -421,6 +421,40 @@ bool get_speakers_coordinates_from_atoms(t_object* x, unsigned int numSpeakers, 
   return true;
 }
 
+namespace {
+
+// What a reader of one point answers with when its list is short, long or bad.
+struct OnePointTexts {
+  char const* tooFew;
+  char const* tooMany;  // takes the number of points read, always 1
+  char const* failed;
+};
+
+// The keyword (or the default "ade" with a warning), then exactly one point.
+bool readOnePoint(t_object* x, long count, t_atom const* atoms, CartesianVector& position,
+                  OnePointTexts const& texts) {
+  CoordinatesFormat format;
+  unsigned int stride;
+  Head const head = readKeyword(count, atoms, format, stride);
+  if (head == Head::Unknown) {
+    object_error(x, "unknown coordinate type");
+    return false;
+  }
+  if (head == Head::Default) object_warn(x, "using default coordinate type (ade)");
+  if (count < static_cast<long>(stride)) {
+    object_error(x, texts.tooFew);
+    return false;
+  }
+  if (count > static_cast<long>(stride)) object_warn(x, texts.tooMany, 1);
+  if (!atoms2coordinates(position, format, static_cast<int>(count), atoms)) {
+    object_error(x, texts.failed);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 bool get_speaker_coordinates_from_atoms(t_object* x, unsigned int numSpeakers, long count,
                                         t_atom const* atoms, CartesianVector& position,
                                         unsigned int& index) {
@@ -434,50 +468,18 @@ bool get_speaker_coordinates_from_atoms(t_object* x, unsigned int numSpeakers, l
     ++atoms;
     --count;
   }
-  CoordinatesFormat format;
-  unsigned int stride;
-  Head const head = readKeyword(count, atoms, format, stride);
-  if (head == Head::Unknown) {
-    object_error(x, "unknown coordinate type");
-    return false;
-  }
-  if (head == Head::Default) object_warn(x, "using default coordinate type (ade)");
-  if (count < static_cast<long>(stride)) {
-    object_error(x, "invalid speaker message");
-    return false;
-  }
-  if (count > static_cast<long>(stride)) {
-    object_warn(x, "too many loudspeakers positions. only %d position will be read", 1);
-  }
-  if (!atoms2coordinates(position, format, static_cast<int>(count), atoms)) {
-    object_error(x, "error reading speaker position");
-    return false;
-  }
-  return true;
+  return readOnePoint(
+      x, count, atoms, position,
+      {"invalid speaker message", "too many loudspeakers positions. only %d position will be read",
+       "error reading speaker position"});
 }
 
 bool get_listener_coordinates_from_atoms(t_object* x, long count, t_atom const* atoms,
                                          CartesianVector& position) {
-  CoordinatesFormat format;
-  unsigned int stride;
-  Head const head = readKeyword(count, atoms, format, stride);
-  if (head == Head::Unknown) {
-    object_error(x, "unknown coordinate type");
-    return false;
-  }
-  if (head == Head::Default) object_warn(x, "using default coordinate type (ade)");
-  if (count < static_cast<long>(stride)) {
-    object_error(x, "invalid listener message");
-    return false;
-  }
-  if (count > static_cast<long>(stride)) {
-    object_warn(x, "too many listener positions. only %d position will be read", 1);
-  }
-  if (!atoms2coordinates(position, format, static_cast<int>(count), atoms)) {
-    object_error(x, "error reading listener position");
-    return false;
-  }
-  return true;
+  return readOnePoint(
+      x, count, atoms, position,
+      {"invalid listener message", "too many listener positions. only %d position will be read",
+       "error reading listener position"});
 }
 
 bool get_source_coordinates_from_atoms(t_object* x, unsigned int numSources, long count,
