@@ -1,6 +1,7 @@
 #include "ZorvPanFamilies.h"
 
 #include "ZorvDbapPanning.h"
+#include "ZorvHOAPanning.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
 
@@ -48,21 +49,34 @@ bool IsSubwoofers(Zorv::Pan*) {
 }
 void SetCutOffFrequency(Zorv::Pan*, float) {}
 
-// HOAPanning and NFCHOAPanning: not built yet.
-bool IsHoa(Zorv::Pan*) {
-  return false;
+// HOAPanning; NFCHOAPanning is not built yet.
+bool IsHoa(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::HOAPanning*>(panner) != nullptr;
 }
 bool IsNfcHoa(Zorv::Pan*) {
   return false;
 }
-char const* SetEncodingNormalization(Zorv::Pan*, char const* name) {
-  return name;
+char const* SetEncodingNormalization(Zorv::Pan* panner, char const* name) {
+  auto* p = dynamic_cast<Zorv::HOAPanning*>(panner);
+  if (p == nullptr) return name;
+  p->SetEncodingNormalization(name);
+  return nolardsp::SphericalHarmonic::GetNormalizationName(p->GetEncodingNormalization());
 }
-char const* SetSorting(Zorv::Pan*, char const* name) {
-  return name;
+char const* SetSorting(Zorv::Pan* panner, char const* name) {
+  auto* p = dynamic_cast<Zorv::HOAPanning*>(panner);
+  if (p == nullptr) return name;
+  p->SetSorting(name);
+  return nolardsp::SphericalHarmonic::GetSortingName(p->GetSorting());
 }
-bool GetHoaInfos(Zorv::Pan*, HoaInfos&) {
-  return false;
+bool GetHoaInfos(Zorv::Pan* panner, HoaInfos& infos) {
+  auto* p = dynamic_cast<Zorv::HOAPanning*>(panner);
+  if (p == nullptr) return false;
+  Zorv::HOAPanning::HOAPannerInfos own;
+  p->GetPannerInfos(own);
+  infos.order = static_cast<int>(own.order);
+  infos.encoding = nolardsp::SphericalHarmonic::GetNormalizationName(own.normalization);
+  infos.sorting = nolardsp::SphericalHarmonic::GetSortingName(own.sorting);
+  return true;
 }
 void UseHighPassFilters(Zorv::Pan*, bool) {}
 void SetSpeakerRadius(Zorv::Pan*, float) {}
