@@ -72,11 +72,11 @@ char const* SetSorting(Zorv::Pan* panner, char const* name) {
 bool GetHoaInfos(Zorv::Pan* panner, HoaInfos& infos) {
   auto* p = dynamic_cast<Zorv::HOAPanning*>(panner);
   if (p == nullptr) return false;
-  Zorv::HOAPanning::HOAPannerInfos i;
-  p->GetPannerInfos(i);
-  infos.order = static_cast<int>(i.order);
-  infos.encoding = nolardsp::SphericalHarmonic::GetNormalizationName(i.normalization);
-  infos.sorting = nolardsp::SphericalHarmonic::GetSortingName(i.sorting);
+  Zorv::HOAPanning::HOAPannerInfos own;
+  p->GetPannerInfos(own);
+  infos.order = static_cast<int>(own.order);
+  infos.encoding = nolardsp::SphericalHarmonic::GetNormalizationName(own.normalization);
+  infos.sorting = nolardsp::SphericalHarmonic::GetSortingName(own.sorting);
   return true;
 }
 void UseHighPassFilters(Zorv::Pan*, bool) {}

@@ -27,8 +27,10 @@ class HoaObjectTest : public ::testing::Test {
 
   std::unique_ptr<PanObject> make(std::string const& box) {
     errors.clear();
+    console.clear();
     return PanObject::Create(box, [this](Severity s, std::string const& text) {
       if (s == Severity::Error) errors.push_back(text);
+      console.push_back(text);
     });
   }
 
@@ -51,6 +53,7 @@ class HoaObjectTest : public ::testing::Test {
   }
 
   std::vector<std::string> errors;
+  std::vector<std::string> console;
 };
 
 TEST_F(HoaObjectTest, ChannelCountsDecideTheOrderOrRefuseTheBox) {
@@ -106,6 +109,39 @@ TEST_F(HoaObjectTest, OmnidirectionalTwoDimensionalBoxPassesTheSignal) {
   std::vector<float> const out = settle(*pan);
   ASSERT_EQ(out.size(), 1u);
   EXPECT_FLOAT_EQ(out[0], 1.f);
+}
+
+// The user's angles (azimuth clockwise from the front), the encoding and
+// sorting attributes, and what the object reports.
+TEST_F(HoaObjectTest, UserDirectionInTheSelectedConventionAndItsReport) {
+  auto const pan = make(
+      "zorv.pan~ @numinputs 1 @numoutputs 16 @type hoa3d @encoding N3D @hoasorting "
+      "AlternateDegrees");
+  ASSERT_NE(pan, nullptr);
+  pan->SendMessage("source 1 aed 30 20 2.5");
+  std::vector<float> const out = settle(*pan);
+  double const pi = 3.14159265358979323846;
+  double const phi = (90. - 30.) * pi / 180.;
+  double const theta = (90. - 20.) * pi / 180.;
+  unsigned int k = 0;
+  for (unsigned int l = 0; l <= 3; ++l) {
+    for (int m : zorvtest::AlternateOrder(l)) {
+      EXPECT_NEAR(out[k++], zorvtest::RealReference(l, m, theta, phi, 3), 2e-5)
+          << "l " << l << " m " << m;
+    }
+  }
+  console.clear();
+  pan->SendMessage("info");
+  // The panner's lines come first; the object adds its own after them.
+  ASSERT_GE(console.size(), 3u);
+  EXPECT_EQ(std::vector<std::string>(console.begin(), console.begin() + 3),
+            (std::vector<std::string>{"HOA : order : 3 ", "HOA : encoding convention : N3D",
+                                      "HOA : sorting convention : AlternateDegrees"}));
+  // A 2-D convention does not fit a 3-D encoder: it keeps SN3D and says so.
+  console.clear();
+  pan->SendMessage("encoding SN2D");
+  EXPECT_EQ(pan->GetAttribute("encoding"), std::vector<std::string>{"SN3D"});
+  EXPECT_EQ(console, std::vector<std::string>{"invalid hoa encoding SN2D"});
 }
 
 }  // namespace
