@@ -218,6 +218,48 @@ TEST(VectorBasedTriangulation, OriginIsSilentAndDistanceDoesNotMatter) {
   }
 }
 
+// Layouts and sources that messages can produce: speakers a hair from the
+// centre or near 1e34 m, nearly coplanar triplets, sources a hair from the
+// centre. Gains at constant power stay finite and at most 1, or fall silent.
+TEST(VectorBasedTriangulation, ExtremeLayoutsAndTinySourcesKeepGainsAtMostOne) {
+  auto far = cube();
+  far[2] = CartesianVector(1e34f * far[2].x, 1e34f * far[2].y, 1e34f * far[2].z);
+  far[5] = CartesianVector(1e-15f * far[5].x, 1e-15f * far[5].y, 1e-15f * far[5].z);
+  std::vector<std::vector<CartesianVector>> layouts = {
+      cube(),
+      far,
+      {{-1.f, 0.f, 0.f},
+       {9.f, 0.f, 0.f},
+       {0.f, 0.f, 1.5e-15f},
+       {0.f, 8.f, 1.5e-9f},
+       {0.f, 10.f, 0.f},
+       {0.f, -1.f, 0.f},
+       {6.2e-7f, -8.2f, -83.4f},
+       {-1.f, 8.7e-8f, 0.f}},
+  };
+  std::mt19937 rng(9);
+  for (std::size_t l = 0; l < layouts.size(); ++l) {
+    auto t = layout(layouts[l]);
+    for (int n = 0; n < 300; ++n) {
+      CartesianVector const d = randomDirection(rng);
+      for (float r : {1e-30f, 1.5e-21f, 1.f, 1e34f}) {
+        CartesianVector const p(r * d.x, r * d.y, r * d.z);
+        auto const g = vbap(t, p, n % 2 ? 55.f : 0.f);
+        ASSERT_TRUE(allFinite(g)) << l << " " << r;
+        for (float v : g) ASSERT_LE(std::fabs(v), 1.f + 1e-6f) << l << " " << r;
+        float const pw = power(g);
+        EXPECT_TRUE(pw == 0.f || std::fabs(pw - 1.f) < 1e-5f) << l << " " << r << " " << pw;
+      }
+    }
+  }
+  // On a sensible layout, distance does not matter down to a hair from the centre.
+  auto t = layout(cube());
+  CartesianVector const p = fromDegrees(10.f, 20.f);
+  auto const unit = vbap(t, p);
+  auto const tiny = vbap(t, CartesianVector(1e-30f * p.x, 1e-30f * p.y, 1e-30f * p.z));
+  for (std::size_t k = 0; k < unit.size(); ++k) EXPECT_NEAR(unit[k], tiny[k], 1e-5f);
+}
+
 TEST(VectorBasedTriangulation, SpreadWidensTheImageAndKeepsPower) {
   auto const speakers = dome();
   auto t = layout(speakers);
