@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -258,6 +259,27 @@ TEST(VectorBasedTriangulation, ExtremeLayoutsAndTinySourcesKeepGainsAtMostOne) {
   auto const unit = vbap(t, p);
   auto const tiny = vbap(t, CartesianVector(1e-30f * p.x, 1e-30f * p.y, 1e-30f * p.z));
   for (std::size_t k = 0; k < unit.size(); ++k) EXPECT_NEAR(unit[k], tiny[k], 1e-5f);
+}
+
+// The intensity rule has no bound of 1: a raw gain g alone becomes
+// sqrt(g / (g * g + 1e-20)), largest at g = 1e-10 where it is 1 / sqrt(2e-10).
+// Whatever the raw gains, tiny, huge or not numbers, the result is finite and
+// never above that.
+TEST(VectorBasedTriangulation, IntensityRuleIsFiniteAndAtMostItsOwnLargestGain) {
+  float const largest = 1.f / std::sqrt(2e-10f);
+  std::vector<float> peak = {1e-10f, 0.f, 0.f};
+  VectorBasedTriangulation::NormalizeIntensity(peak.data(), 3);
+  EXPECT_NEAR(peak[0], largest, 1e-3f * largest);
+  float const inf = std::numeric_limits<float>::infinity();
+  float const nan = std::numeric_limits<float>::quiet_NaN();
+  std::vector<std::vector<float>> rows = {{1e-30f, 1e-25f, 1e-21f}, {1e-10f, 2e-10f, 0.f},
+                                          {3e38f, 3e38f, 1.f},      {inf, 1.f, 0.5f},
+                                          {nan, 1.f, -0.005f},      {1e-19f, -0.005f, 1e-12f}};
+  for (auto row : rows) {
+    VectorBasedTriangulation::NormalizeIntensity(row.data(), 3);
+    ASSERT_TRUE(allFinite(row));
+    for (float v : row) EXPECT_LE(v, largest * 1.0001f);
+  }
 }
 
 TEST(VectorBasedTriangulation, SpreadWidensTheImageAndKeepsPower) {
