@@ -37,10 +37,6 @@ class DbapGainLaw {
   // Returns which of the two need computing: 1 vector-based only, 2 both,
   // 3 distance-based only.
   static int BlendWeights(float distance, float radius, float& vectorBased, float& distanceBased);
-
- private:
-  // gains hold squared distances on entry, normalised gains on return.
-  static void normalise(float* gains, unsigned int numSpeakers);
 };
 
 }  // namespace Zorv

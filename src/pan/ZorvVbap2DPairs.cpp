@@ -11,6 +11,10 @@ using nolardsp::CartesianVector;
 
 namespace {
 
+// The smallest sine of the angle between a pair's two directions that is
+// still solved: about 6e-5 degrees, far below any real layout.
+double const minimumSine = 1e-6;
+
 // A pair whose directions are parallel (coincident or opposite speakers, or
 // one of them at the centre) has no system to solve. Rather than let an
 // infinite gain through: a speaker at the centre leaves the pair to the other,
@@ -18,8 +22,8 @@ namespace {
 // cross-fade along their common axis.
 void degeneratePairGains(float a, float b, float c, float d, CartesianVector const& p, float& g1,
                          float& g2) {
-  float const lengthFirst = std::sqrt(a * a + b * b);
-  float const lengthSecond = std::sqrt(c * c + d * d);
+  float const lengthFirst = std::hypot(a, b);
+  float const lengthSecond = std::hypot(c, d);
   if (!(lengthFirst > 0.f) || !(lengthSecond > 0.f)) {
     g1 = lengthFirst > 0.f ? 1.f : 0.f;
     g2 = lengthSecond > 0.f ? 1.f : 0.f;
@@ -30,8 +34,12 @@ void degeneratePairGains(float a, float b, float c, float d, CartesianVector con
     g1 = g2 = 1.f;
     return;
   }
-  float const lengthSource = std::sqrt(p.x * p.x + p.y * p.y);
-  float const s = lengthSource > 0.f ? (p.x * a + p.y * b) / (lengthFirst * lengthSource) : 0.f;
+  double const lengthSource = std::hypot(static_cast<double>(p.x), static_cast<double>(p.y));
+  float const s =
+      lengthSource > 0.0 && std::isfinite(lengthFirst)
+          ? static_cast<float>((static_cast<double>(p.x) * a + static_cast<double>(p.y) * b) /
+                               (static_cast<double>(lengthFirst) * lengthSource))
+          : 0.f;
   g1 = 1.f + s;
   g2 = 1.f - s;
 }
@@ -96,10 +104,23 @@ void Vbap2DPairs::addGains(CartesianVector const& position, float* gains) const 
   float const b = pairMatrices[4 * p + 1];
   float const c = pairMatrices[4 * p + 2];
   float const d = pairMatrices[4 * p + 3];
-  float const D = 1.f / (d * a - c * b);
-  float g1 = (d * position.x - c * position.y) * D;
-  float g2 = (a * position.y - position.x * b) * D;
-  if (!std::isfinite(g1) || !std::isfinite(g2)) {
+  // A pair is solved only when its determinant is clear of 0 relative to the
+  // lengths of its two directions (the sine of the angle between them);
+  // nearly parallel directions would give gains of any size. Double precision
+  // so that speakers near the float range cannot overflow the products.
+  double const determinant = static_cast<double>(d) * a - static_cast<double>(c) * b;
+  double const lengths = std::hypot(static_cast<double>(a), static_cast<double>(b)) *
+                         std::hypot(static_cast<double>(c), static_cast<double>(d));
+  float g1 = 0.f;
+  float g2 = 0.f;
+  if (std::fabs(determinant) > minimumSine * lengths) {
+    double const x = position.x;
+    double const y = position.y;
+    g1 = static_cast<float>((d * x - c * y) / determinant);
+    g2 = static_cast<float>((a * y - x * b) / determinant);
+  }
+  if (!(std::fabs(determinant) > minimumSine * lengths) || !std::isfinite(g1) ||
+      !std::isfinite(g2)) {
     degeneratePairGains(a, b, c, d, position, g1, g2);
   }
   if (!(g1 > 0.f)) g1 = 0.f;
@@ -125,10 +146,19 @@ void Vbap2DPairs::ComputeGains(CartesianVector const& position, float spreadDegr
                gains);
     }
   }
-  float sum = 0.f;
-  for (std::size_t k = 0; k < n; ++k) sum += gains[k] * gains[k];
-  float const scale = 1.f / (std::sqrt(sum) + 1e-20f);
-  for (std::size_t k = 0; k < n; ++k) gains[k] *= scale;
+  // Constant power, with the sum in double precision: raw gains of a source
+  // a hair from the centre are near 1e-20, whose squares vanish in float and
+  // left the gains scaled up far past 1.
+  double sum = 0.0;
+  for (std::size_t k = 0; k < n; ++k) sum += static_cast<double>(gains[k]) * gains[k];
+  if (!(sum > 0.0) || !std::isfinite(sum)) {
+    // No direction (a source exactly at the centre) or gains past any range:
+    // the source falls silent rather than put noise on the outputs.
+    for (std::size_t k = 0; k < n; ++k) gains[k] = 0.f;
+    return;
+  }
+  double const scale = 1.0 / std::sqrt(sum);
+  for (std::size_t k = 0; k < n; ++k) gains[k] = static_cast<float>(gains[k] * scale);
 }
 
 void Vbap2DPairs::GetActiveSpeakers(CartesianVector const& position, unsigned int* channels) const {

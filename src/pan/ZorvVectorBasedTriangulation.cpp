@@ -34,22 +34,49 @@ float rowDot(float const* row, CartesianVector const& p) {
   return row[0] * p.x + row[1] * p.y + row[2] * p.z;
 }
 
-// The inverse of the matrix whose rows are a, b, c; all zero when singular.
+// The smallest determinant, relative to the product of the three lengths,
+// that is still inverted: three directions that close to a plane through the
+// origin (or with one of them at the centre) span no usable triplet, and
+// their inverse would hold values of any size.
+double const minimumVolume = 1e-6;
+
+// Whether the matrix of rows a, b, c is singular or nearly so. In double
+// precision, so that speakers near the float range cannot overflow the test.
+bool nearlySingular(CartesianVector const& a, CartesianVector const& b, CartesianVector const& c) {
+  double const ax = a.x, ay = a.y, az = a.z;
+  double const bx = b.x, by = b.y, bz = b.z;
+  double const cx = c.x, cy = c.y, cz = c.z;
+  double const det = ax * (by * cz - bz * cy) + ay * (bz * cx - bx * cz) + az * (bx * cy - by * cx);
+  double const lengths = std::sqrt(ax * ax + ay * ay + az * az) *
+                         std::sqrt(bx * bx + by * by + bz * bz) *
+                         std::sqrt(cx * cx + cy * cy + cz * cz);
+  return !(std::fabs(det) > minimumVolume * lengths);
+}
+
+// The inverse of the matrix whose rows are a, b, c; all zero when singular or
+// nearly so, or when the inverse does not fit in float. The values themselves
+// stay in float: triplets that share a speaker give it the same gain, and the
+// triplet choice depends on how those equal gains round.
 void invert(CartesianVector const& a, CartesianVector const& b, CartesianVector const& c,
             float* inverse) {
   CartesianVector const bc = cross(b, c);
   float const det = dot(a, bc);
-  if (det == 0.f) {
-    for (int m = 0; m < 9; ++m) inverse[m] = 0.f;
-    return;
+  bool singular = det == 0.f || nearlySingular(a, b, c);
+  if (!singular) {
+    CartesianVector const ca = cross(c, a);
+    CartesianVector const ab = cross(a, b);
+    CartesianVector const rows[3] = {bc, ca, ab};
+    for (int r = 0; r < 3; ++r) {
+      inverse[3 * r + 0] = rows[r].x / det;
+      inverse[3 * r + 1] = rows[r].y / det;
+      inverse[3 * r + 2] = rows[r].z / det;
+    }
+    for (int m = 0; m < 9; ++m) {
+      if (!std::isfinite(inverse[m])) singular = true;
+    }
   }
-  CartesianVector const ca = cross(c, a);
-  CartesianVector const ab = cross(a, b);
-  CartesianVector const rows[3] = {bc, ca, ab};
-  for (int r = 0; r < 3; ++r) {
-    inverse[3 * r + 0] = rows[r].x / det;
-    inverse[3 * r + 1] = rows[r].y / det;
-    inverse[3 * r + 2] = rows[r].z / det;
+  if (singular) {
+    for (int m = 0; m < 9; ++m) inverse[m] = 0.f;
   }
 }
 
@@ -295,10 +322,19 @@ void VectorBasedTriangulation::AddGains(CartesianVector const& p, float spreadDe
 }
 
 void VectorBasedTriangulation::NormalizePower(float* gains, unsigned int n) {
-  float sum = 0.f;
-  for (unsigned int k = 0; k < n; ++k) sum += gains[k] * gains[k];
-  float const scale = 1.f / (std::sqrt(sum) + 1e-20f);
-  for (unsigned int k = 0; k < n; ++k) gains[k] *= scale;
+  // The sum of squares in double: raw gains of a source a hair from the
+  // centre are so small that their squares vanish in float, and the gains
+  // were then scaled far past 1.
+  double sum = 0.0;
+  for (unsigned int k = 0; k < n; ++k) sum += static_cast<double>(gains[k]) * gains[k];
+  if (!(sum > 0.0) || !std::isfinite(sum)) {
+    // No direction, no triplet, or gains past any range: silence for this
+    // source rather than noise on the outputs.
+    for (unsigned int k = 0; k < n; ++k) gains[k] = 0.f;
+    return;
+  }
+  double const scale = 1.0 / std::sqrt(sum);
+  for (unsigned int k = 0; k < n; ++k) gains[k] = static_cast<float>(gains[k] * scale);
 }
 
 void VectorBasedTriangulation::NormalizeIntensity(float* gains, unsigned int n) {

@@ -154,4 +154,33 @@ TEST(DbapGainLaw, OutsideFactorAndBlendWeights) {
   EXPECT_EQ(v + d, 1.f);
 }
 
+// A speaker sent near 1e34 m squares past the float range: the law still gives
+// finite constant-power gains, the near speakers keep the source, and the
+// nearest hull vertex is still found among points that far out.
+TEST(DbapGainLaw, ASpeakerNear1e34MetresKeepsGainsFiniteAtConstantPower) {
+  auto speakers = ring(4);
+  speakers[2] = CartesianVector(-1.5e34f, 0.f, 0.f);
+  Layout const l(speakers);
+  for (CartesianVector const& p :
+       {CartesianVector(0.2f, 0.1f, 0.f), CartesianVector(-220.f, -1.5e32f, 7.f)}) {
+    for (float spread : {0.f, 0.04f, 1.f}) {
+      auto const g = l.omni(p, spread, true);
+      ASSERT_TRUE(allFinite(g)) << spread;
+      EXPECT_NEAR(power(g), 1.f, 1e-5f) << spread;
+    }
+    auto const d = l.directional(p, CartesianVector(0.3f, 0.f, 0.f));
+    ASSERT_TRUE(allFinite(d));
+    EXPECT_NEAR(power(d), 1.f, 1e-5f);
+  }
+  auto const near = l.omni(CartesianVector(0.2f, 0.1f, 0.f), 0.f, true);
+  EXPECT_LT(near[2], 1e-20f);
+  std::vector<CartesianVector> const vertices = {
+      {-1.5e34f, 0.f, 0.f}, {0.f, -1.f, 0.f}, {2.f, 1.f, 0.f}};
+  EXPECT_EQ(nolardsp::GetClosestPointIndex(CartesianVector(-220.f, -1.5e32f, 0.f), vertices), 1u);
+  float const factor = DbapGainLaw::OutsideHullFactor(CartesianVector(-220.f, -1.5e32f, 7.f),
+                                                      l.barycenter, vertices[1]);
+  EXPECT_TRUE(std::isfinite(factor));
+  EXPECT_LE(factor, 1.f);
+}
+
 }  // namespace

@@ -168,6 +168,38 @@ TEST(Vbap2DPairs, DegenerateLayoutsGiveFiniteGains) {
   EXPECT_NEAR(c[0], c[1], 1e-6f);
 }
 
+// Layouts and sources that messages can produce: a source a hair from the
+// centre (raw gains whose squares vanish in float), nearly parallel pairs and
+// speakers near the float range. Gains stay finite, at most 1, and at constant
+// power or silent.
+TEST(Vbap2DPairs, TinySourcesAndNearlyParallelPairsKeepGainsAtMostOne) {
+  std::vector<std::vector<CartesianVector>> layouts = {
+      {user(30.f), user(30.f), user(-90.f), user(150.f)},
+      {user(30.f), user(30.0001f), user(-90.f), user(150.f)},
+      {user(30.f, 1e-15f), user(30.f, 1e34f), user(-90.f), user(150.f, 1e-30f)},
+      shuffledOcto(),
+  };
+  for (std::size_t l = 0; l < layouts.size(); ++l) {
+    auto const pairs = layout(layouts[l]);
+    for (float a = -180.f; a < 180.f; a += 0.25f) {
+      for (float r : {1e-30f, 1.5e-21f, 1.f, 1e34f}) {
+        for (float spread : {0.f, 30.f}) {
+          auto const g = gainsOf(pairs, user(a, r), spread);
+          ASSERT_TRUE(allFinite(g)) << l << " " << a << " " << r;
+          for (float v : g) ASSERT_LE(v, 1.f + 1e-6f) << l << " " << a << " " << r;
+          float const pw = power(g);
+          EXPECT_TRUE(pw == 0.f || std::fabs(pw - 1.f) < 1e-5f) << l << " " << a << " " << r;
+        }
+      }
+    }
+  }
+  // Distance does not matter, down to a hair from the centre.
+  auto const octo = layout(shuffledOcto());
+  auto const far = gainsOf(octo, user(20.f));
+  auto const near = gainsOf(octo, user(20.f, 1e-30f));
+  for (std::size_t k = 0; k < far.size(); ++k) EXPECT_NEAR(far[k], near[k], 1e-6f);
+}
+
 TEST(Vbap2DPairs, RenderingAndNewLayoutsAllocateNothing) {
   Vbap2DPairs pairs(8);
   auto const speakers = shuffledOcto();

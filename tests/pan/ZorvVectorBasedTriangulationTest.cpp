@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -215,6 +216,69 @@ TEST(VectorBasedTriangulation, OriginIsSilentAndDistanceDoesNotMatter) {
     auto const near = vbap(t, p);
     auto const far = vbap(t, CartesianVector(50.f * p.x, 50.f * p.y, 50.f * p.z));
     for (std::size_t k = 0; k < near.size(); ++k) EXPECT_NEAR(near[k], far[k], 1e-5f);
+  }
+}
+
+// Layouts and sources that messages can produce: speakers a hair from the
+// centre or near 1e34 m, nearly coplanar triplets, sources a hair from the
+// centre. Gains at constant power stay finite and at most 1, or fall silent.
+TEST(VectorBasedTriangulation, ExtremeLayoutsAndTinySourcesKeepGainsAtMostOne) {
+  auto far = cube();
+  far[2] = CartesianVector(1e34f * far[2].x, 1e34f * far[2].y, 1e34f * far[2].z);
+  far[5] = CartesianVector(1e-15f * far[5].x, 1e-15f * far[5].y, 1e-15f * far[5].z);
+  std::vector<std::vector<CartesianVector>> layouts = {
+      cube(),
+      far,
+      {{-1.f, 0.f, 0.f},
+       {9.f, 0.f, 0.f},
+       {0.f, 0.f, 1.5e-15f},
+       {0.f, 8.f, 1.5e-9f},
+       {0.f, 10.f, 0.f},
+       {0.f, -1.f, 0.f},
+       {6.2e-7f, -8.2f, -83.4f},
+       {-1.f, 8.7e-8f, 0.f}},
+  };
+  std::mt19937 rng(9);
+  for (std::size_t l = 0; l < layouts.size(); ++l) {
+    auto t = layout(layouts[l]);
+    for (int n = 0; n < 300; ++n) {
+      CartesianVector const d = randomDirection(rng);
+      for (float r : {1e-30f, 1.5e-21f, 1.f, 1e34f}) {
+        CartesianVector const p(r * d.x, r * d.y, r * d.z);
+        auto const g = vbap(t, p, n % 2 ? 55.f : 0.f);
+        ASSERT_TRUE(allFinite(g)) << l << " " << r;
+        for (float v : g) ASSERT_LE(std::fabs(v), 1.f + 1e-6f) << l << " " << r;
+        float const pw = power(g);
+        EXPECT_TRUE(pw == 0.f || std::fabs(pw - 1.f) < 1e-5f) << l << " " << r << " " << pw;
+      }
+    }
+  }
+  // On a sensible layout, distance does not matter down to a hair from the centre.
+  auto t = layout(cube());
+  CartesianVector const p = fromDegrees(10.f, 20.f);
+  auto const unit = vbap(t, p);
+  auto const tiny = vbap(t, CartesianVector(1e-30f * p.x, 1e-30f * p.y, 1e-30f * p.z));
+  for (std::size_t k = 0; k < unit.size(); ++k) EXPECT_NEAR(unit[k], tiny[k], 1e-5f);
+}
+
+// The intensity rule has no bound of 1: a raw gain g alone becomes
+// sqrt(g / (g * g + 1e-20)), largest at g = 1e-10 where it is 1 / sqrt(2e-10).
+// Whatever the raw gains, tiny, huge or not numbers, the result is finite and
+// never above that.
+TEST(VectorBasedTriangulation, IntensityRuleIsFiniteAndAtMostItsOwnLargestGain) {
+  float const largest = 1.f / std::sqrt(2e-10f);
+  std::vector<float> peak = {1e-10f, 0.f, 0.f};
+  VectorBasedTriangulation::NormalizeIntensity(peak.data(), 3);
+  EXPECT_NEAR(peak[0], largest, 1e-3f * largest);
+  float const inf = std::numeric_limits<float>::infinity();
+  float const nan = std::numeric_limits<float>::quiet_NaN();
+  std::vector<std::vector<float>> rows = {{1e-30f, 1e-25f, 1e-21f}, {1e-10f, 2e-10f, 0.f},
+                                          {3e38f, 3e38f, 1.f},      {inf, 1.f, 0.5f},
+                                          {nan, 1.f, -0.005f},      {1e-19f, -0.005f, 1e-12f}};
+  for (auto row : rows) {
+    VectorBasedTriangulation::NormalizeIntensity(row.data(), 3);
+    ASSERT_TRUE(allFinite(row));
+    for (float v : row) EXPECT_LE(v, largest * 1.0001f);
   }
 }
 

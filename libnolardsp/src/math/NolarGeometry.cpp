@@ -8,12 +8,14 @@ namespace nolardsp {
 unsigned int GetClosestPointIndex(CartesianVector const& p,
                                   std::vector<CartesianVector> const& points) {
   unsigned int best = 0;
-  float bestDistance = 0.f;
+  // Double precision: squared float distances overflow from about 1e19 and
+  // would make every far point look equally close.
+  double bestDistance = 0.0;
   for (std::size_t i = 0; i < points.size(); ++i) {
-    float const dx = points[i].x - p.x;
-    float const dy = points[i].y - p.y;
-    float const dz = points[i].z - p.z;
-    float const d = dx * dx + dy * dy + dz * dz;
+    double const dx = static_cast<double>(points[i].x) - p.x;
+    double const dy = static_cast<double>(points[i].y) - p.y;
+    double const dz = static_cast<double>(points[i].z) - p.z;
+    double const d = dx * dx + dy * dy + dz * dz;
     if (i == 0 || d < bestDistance) {
       best = static_cast<unsigned int>(i);
       bestDistance = d;
