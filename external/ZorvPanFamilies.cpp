@@ -20,6 +20,11 @@ bool IsVbap(Zorv::Pan* panner) {
   return dynamic_cast<Zorv::VbapPanning*>(panner) != nullptr;
 }
 
+bool HasNoSpeakerTriplet(Zorv::Pan* panner) {
+  auto* p = dynamic_cast<Zorv::VectorBasedPanning*>(panner);
+  return p != nullptr && p->GetTriplets().empty();
+}
+
 bool IsVbap2D(Zorv::Pan* panner) {
   return dynamic_cast<Zorv::Vbap2DPanning*>(panner) != nullptr;
 }

@@ -5,6 +5,7 @@
 
 #include "NolarConstants.h"
 #include "ZorvNullPanning.h"
+#include "ZorvPanFamilies.h"
 #include "ZorvPanMessages.h"
 #include "ZorvSpeakers.h"
 
@@ -199,6 +200,13 @@ void zorv_pan_update_speakerspositions(zorv_pan_signal_t* x) {
       positions[static_cast<std::size_t>(j)] = nolardsp::CartesianVector(p[0], p[1], p[2]);
     }
     x->panner->SetLoudspeakerPositions(positions.data());
+    // A flat ring, a line or coincident speakers: the method is silent by
+    // design there, so say so rather than leave the user with no sound.
+    if (zorv_pan_families::HasNoSpeakerTriplet(x->panner)) {
+      object_warn(&x->ob.ob.z_ob,
+                  "the speakers form no triplet around the listener: sources stay silent until "
+                  "the layout spans three dimensions");
+    }
   }
   notifyChange(x);
 }

@@ -437,3 +437,29 @@ TEST(PanMessagesHoa, EncodingAndSortingReachThePannerAndShowWhatIsInForce) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(PanMessages, VectorBasedPannersWarnWhileTheirLayoutFormsNoTriplet) {
+  std::string const warning =
+      "the speakers form no triplet around the listener: sources stay silent until the layout "
+      "spans three dimensions";
+  for (char const* type : {"vbap", "vbip"}) {
+    // The default eight speakers are a flat ring: no triplet, and the user is told.
+    Box box(std::string("zorv.pan~ @numinputs 1 @numoutputs 6 @type ") + type);
+    ASSERT_NE(box.object, nullptr) << type;
+    EXPECT_TRUE(contains(box.Take(), ConsoleLine{Severity::Warning, warning})) << type;
+    // An octahedron surrounds the listener: silence.
+    box.object->SendMessage("speakers xyz 1 0 0 -1 0 0 0 1 0 0 -1 0 0 0 1 0 0 -1");
+    EXPECT_TRUE(box.Take().empty()) << type;
+    // Back to a flat layout: the warning again.
+    box.object->SendMessage("speakers aed 0 0 1 60 0 1 120 0 1 180 0 1 -120 0 1 -60 0 1");
+    EXPECT_TRUE(contains(box.Take(), ConsoleLine{Severity::Warning, warning})) << type;
+  }
+  // Other methods have no triplets to lose and say nothing about it.
+  Box ring("zorv.pan~ @numinputs 1 @numoutputs 6 @type vbap2d");
+  ASSERT_NE(ring.object, nullptr);
+  EXPECT_FALSE(contains(ring.Take(), ConsoleLine{Severity::Warning, warning}));
+}
+
+}  // namespace
