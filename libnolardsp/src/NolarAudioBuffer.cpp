@@ -20,6 +20,27 @@ unsigned long leftFrom(unsigned long size, unsigned long offset) {
   return offset < size ? size - offset : 0;
 }
 
+// d[i] (+)= g * s[i] with g running from `from` by (to - from) / n per
+// sample: the first sample takes `from`, `to` itself is never applied.
+template <bool add>
+void rampInto(float* d, float const* s, unsigned long n, float from, float to) {
+  float const increment = (to - from) / static_cast<float>(n);
+  float gain = from;
+  for (unsigned long i = 0; i < n; ++i) {
+    if (add) {
+      d[i] += gain * s[i];
+    } else {
+      d[i] = gain * s[i];
+    }
+    gain += increment;
+  }
+}
+
+// How many samples a copy between two channels moves: what both have left.
+unsigned long overlap(unsigned long sourceLeft, unsigned long destinationLeft) {
+  return sourceLeft < destinationLeft ? sourceLeft : destinationLeft;
+}
+
 }  // namespace
 
 AudioBuffer::AudioBuffer(unsigned int numChannels_, unsigned long numSamples_, bool allocate_)
@@ -111,18 +132,16 @@ void AudioBuffer::CopyFrom(AudioBuffer const& source, float gain) {
 
 void AudioBuffer::AddFrom(unsigned int channel, unsigned long offset, AudioBuffer const& source,
                           unsigned int sourceChannel, unsigned long sourceOffset, float gain) {
-  unsigned long const n = leftFrom(source.numSamples, sourceOffset) < leftFrom(numSamples, offset)
-                              ? leftFrom(source.numSamples, sourceOffset)
-                              : leftFrom(numSamples, offset);
+  unsigned long const n =
+      overlap(leftFrom(source.numSamples, sourceOffset), leftFrom(numSamples, offset));
   if (n == 0) return;
   MulAdd(channels[channel] + offset, source.channels[sourceChannel] + sourceOffset, gain, n);
 }
 
 void AudioBuffer::CopyFrom(unsigned int channel, unsigned long offset, AudioBuffer const& source,
                            unsigned int sourceChannel, unsigned long sourceOffset, float gain) {
-  unsigned long const n = leftFrom(source.numSamples, sourceOffset) < leftFrom(numSamples, offset)
-                              ? leftFrom(source.numSamples, sourceOffset)
-                              : leftFrom(numSamples, offset);
+  unsigned long const n =
+      overlap(leftFrom(source.numSamples, sourceOffset), leftFrom(numSamples, offset));
   if (n == 0) return;
   CopyFrom(channel, offset, source.channels[sourceChannel] + sourceOffset, n, gain);
 }
@@ -134,18 +153,11 @@ void AudioBuffer::AddFromWithRamp(unsigned int channel, unsigned long offset,
     AddFrom(channel, offset, source, sourceChannel, sourceOffset, from);
     return;
   }
-  unsigned long const n = leftFrom(source.numSamples, sourceOffset) < leftFrom(numSamples, offset)
-                              ? leftFrom(source.numSamples, sourceOffset)
-                              : leftFrom(numSamples, offset);
+  unsigned long const n =
+      overlap(leftFrom(source.numSamples, sourceOffset), leftFrom(numSamples, offset));
   if (n == 0) return;
-  float const increment = (to - from) / static_cast<float>(n);
-  float gain = from;
-  float* const d = channels[channel] + offset;
-  float const* const s = source.channels[sourceChannel] + sourceOffset;
-  for (unsigned long i = 0; i < n; ++i) {
-    d[i] += gain * s[i];
-    gain += increment;
-  }
+  rampInto<true>(channels[channel] + offset, source.channels[sourceChannel] + sourceOffset, n, from,
+                 to);
 }
 
 void AudioBuffer::CopyFromWithRamp(unsigned int channel, unsigned long offset,
@@ -155,18 +167,11 @@ void AudioBuffer::CopyFromWithRamp(unsigned int channel, unsigned long offset,
     CopyFrom(channel, offset, source, sourceChannel, sourceOffset, from);
     return;
   }
-  unsigned long const n = leftFrom(source.numSamples, sourceOffset) < leftFrom(numSamples, offset)
-                              ? leftFrom(source.numSamples, sourceOffset)
-                              : leftFrom(numSamples, offset);
+  unsigned long const n =
+      overlap(leftFrom(source.numSamples, sourceOffset), leftFrom(numSamples, offset));
   if (n == 0) return;
-  float const increment = (to - from) / static_cast<float>(n);
-  float gain = from;
-  float* const d = channels[channel] + offset;
-  float const* const s = source.channels[sourceChannel] + sourceOffset;
-  for (unsigned long i = 0; i < n; ++i) {
-    d[i] = gain * s[i];
-    gain += increment;
-  }
+  rampInto<false>(channels[channel] + offset, source.channels[sourceChannel] + sourceOffset, n,
+                  from, to);
 }
 
 void AudioBuffer::CopyFrom(unsigned int channel, unsigned long offset, float const* source,
