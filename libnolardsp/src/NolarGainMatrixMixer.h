@@ -68,6 +68,14 @@ class GainMatrixMixer {
   std::vector<float*> packedInputs;
 };
 
+// True when at least one of the first numInputs flags is set.
+inline bool AnyInputActive(short const* activeInputs, unsigned int numInputs) {
+  for (unsigned int i = 0; i < numInputs; ++i) {
+    if (activeInputs[i] != 0) return true;
+  }
+  return false;
+}
+
 // The period clock shared by every gain matrix: mixes numSamples in chunks
 // that never cross a period boundary and calls rotate() (which must set
 // rampPosition to 0) at each boundary. rampLength is read once per chunk, as

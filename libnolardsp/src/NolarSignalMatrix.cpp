@@ -91,9 +91,7 @@ void SignalMatrix::Process(float** outputs, float** inputs, unsigned long numSam
 void SignalMatrix::ProcessAddingAndClearAtFirstPass(float** outputs, float** inputs,
                                                     unsigned long numSamples,
                                                     short const* activeInputs) {
-  bool anyActive = false;
-  for (unsigned int i = 0; i < numInputs && !anyActive; ++i) anyActive = activeInputs[i] != 0;
-  if (!anyActive) {
+  if (!AnyInputActive(activeInputs, numInputs)) {
     Mute(outputs, numSamples);
     return;
   }

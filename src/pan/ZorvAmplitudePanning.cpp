@@ -112,9 +112,7 @@ void AmplitudePanning::Process(float** outputs, float** inputs, unsigned long nu
 void AmplitudePanning::ProcessAddingAndClearAtFirstPass(float** outputs, float** inputs,
                                                         unsigned long numSamples,
                                                         short const* activeInputs) {
-  bool anyActive = false;
-  for (unsigned int i = 0; i < numInputs && !anyActive; ++i) anyActive = activeInputs[i] != 0;
-  if (!anyActive) {
+  if (!nolardsp::AnyInputActive(activeInputs, numInputs)) {
     // Nothing connected: silence, and the clock waits.
     Mute(outputs, numSamples);
     return;
