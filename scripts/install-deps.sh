@@ -9,7 +9,8 @@ packages=(
   libfftw3-dev libeigen3-dev libsndfile1-dev libcli11-dev
   libopenblas-dev
   puredata-dev puredata-core
-  python3-numpy python3-scipy python3-h5py libmysofa1
+  python3-numpy python3-scipy python3-h5py libmysofa1 libmysofa-dev
+  libjack-jackd2-dev liblo-dev jackd2
 )
 
 missing=()
