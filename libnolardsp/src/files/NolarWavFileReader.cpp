@@ -73,13 +73,17 @@ void WavFileReader::readHeader() {
   if (!haveFormat || !haveData) return;
   if (tag != formatPcm && tag != formatFloat) return;
   if (channels == 0 || channels > MaxChannels || rate == 0) return;
-  if (bits != 8 && bits != 16 && bits != 24 && bits != 32) return;
-  if (tag == formatFloat && bits != 32) return;
-  if (blockAlign != channels * (bits / 8)) return;
+  // The depth is the container's, from the block alignment: 20 valid bits
+  // travel in 24. Stated bits beyond the container do not add up.
+  if (blockAlign == 0 || blockAlign % channels != 0) return;
+  unsigned int const container = blockAlign / channels * 8u;
+  if (container != 8 && container != 16 && container != 24 && container != 32) return;
+  if (bits == 0 || bits > container) return;
+  if (tag == formatFloat && container != 32) return;
 
   bytesPerFrame = blockAlign;
   numChannels = channels;
-  bitsPerSample = bits;
+  bitsPerSample = static_cast<std::int32_t>(container);
   usesFloatingPointData = tag == formatFloat;
   samplerate = rate;
   lengthInSamples = dataLength / bytesPerFrame;

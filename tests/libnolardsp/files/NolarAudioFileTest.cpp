@@ -247,6 +247,13 @@ TEST_F(AudioFileReading, SampleValuesOfEachDepth) {
 
   ASSERT_TRUE(wavFile(1, 1, 8000, 32, {0x00, 0x00, 0x00, 0x80}).WriteTo(path));  // 32-bit PCM
   EXPECT_EQ(load(), (std::vector<float>{-1.f}));
+
+  // 20 valid bits in a 24-bit container read as 24.
+  Bytes twenty = wavFile(1, 1, 8000, 24, {0x00, 0x00, 0x40});
+  std::vector<unsigned char> bytes = twenty.Get();
+  bytes[34] = 20;
+  ASSERT_TRUE(zorvtest::WriteFileBytes(path, bytes));
+  EXPECT_EQ(load(), (std::vector<float>{0.5f}));
 }
 
 TEST_F(AudioFileReading, ExtensibleHeaderReadsThroughItsSubFormat) {
