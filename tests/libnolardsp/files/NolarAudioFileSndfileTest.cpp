@@ -89,10 +89,18 @@ TEST_P(SndfileCrossCheck, OurReaderReadsWhatLibsndfileWrites) {
   }
   sf_close(out);
 
+  // libsndfile's own count: it pads an odd 8-bit AIFF to an even length with
+  // one more frame, and says so in the header.
+  SF_INFO readInfo = {};
+  SNDFILE* check = sf_open(path.c_str(), SFM_READ, &readInfo);
+  ASSERT_NE(check, nullptr);
+  sf_close(check);
+  ASSERT_GE(readInfo.frames, frames);
+
   AudioBuffer b(0, 0, true);
   b.LoadFromAudioFile(path.c_str());
   ASSERT_EQ(b.GetNumChannels(), static_cast<unsigned int>(f.channels));
-  ASSERT_EQ(b.GetNumSamples(), static_cast<unsigned long>(frames));
+  ASSERT_EQ(b.GetNumSamples(), static_cast<unsigned long>(readInfo.frames));
   std::unique_ptr<AudioFileReader> r(AudioFileReader::CreateReaderFor(path.c_str()));
   EXPECT_EQ(r->GetSampleRate(), 44100);
   for (int k = 0; k < frames; ++k) {
@@ -104,14 +112,11 @@ TEST_P(SndfileCrossCheck, OurReaderReadsWhatLibsndfileWrites) {
   }
 }
 
-TEST_P(SndfileCrossCheck, LibsndfileReadsWhatOurWriterWrites) {
+// The layouts our writers make.
+class SndfileReadsOurFiles : public SndfileCrossCheck {};
+
+TEST_P(SndfileReadsOurFiles, LibsndfileReadsWhatOurWriterWrites) {
   SndfileFormat const f = GetParam();
-  bool const ours =
-      std::string(f.extension) == ".wav"
-          ? (f.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV &&
-                (f.format & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_32
-          : (f.format & SF_FORMAT_ENDMASK) != SF_ENDIAN_LITTLE && bitsOf(f.format) < 32;
-  if (!ours) GTEST_SKIP() << "our writers do not make this layout";
   int const bits = bitsOf(f.format);
   AudioBuffer b(static_cast<unsigned int>(f.channels), static_cast<unsigned long>(frames), true);
   std::vector<int> const ints = gridSamples(f.format, f.channels, frames);
@@ -165,10 +170,22 @@ INSTANTIATE_TEST_SUITE_P(
         SndfileFormat{"aiff16_big", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16 | SF_ENDIAN_BIG, 2},
         SndfileFormat{"aiff24", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24, 5},
         SndfileFormat{"aiff32", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_32, 2},
+        // Little-endian 16 bits is the "sowt" compression type. (libsndfile marks
+        // little-endian 24 bits with a type of its own, which our reader refuses
+        // like every compression it does not know.)
         SndfileFormat{"aiff16_sowt", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16 | SF_ENDIAN_LITTLE,
-                      2},
-        SndfileFormat{"aiff24_sowt", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24 | SF_ENDIAN_LITTLE,
                       3}),
+    label);
+
+INSTANTIATE_TEST_SUITE_P(
+    Formats, SndfileReadsOurFiles,
+    ::testing::Values(SndfileFormat{"wav_u8", ".wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 2},
+                      SndfileFormat{"wav16", ".wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2},
+                      SndfileFormat{"wav24", ".wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 1},
+                      SndfileFormat{"wav_float", ".wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 3},
+                      SndfileFormat{"aiff_s8", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_S8, 1},
+                      SndfileFormat{"aiff16", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16, 2},
+                      SndfileFormat{"aiff24", ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24, 5}),
     label);
 
 }  // namespace
