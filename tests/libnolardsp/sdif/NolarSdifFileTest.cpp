@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <string>
@@ -286,6 +287,38 @@ TEST_F(SdifFileTest, NameValueTextRules) {
               "Syntax error: Name-Value Table text matrix must have exactly one column!\n");
     EXPECT_EQ(SdifFCurrSignature(f.get()), sig("1GAI"));  // the chunk was skipped whole
   }
+}
+
+TEST_F(SdifFileTest, TypeTextFaultsKeepWhatWentBefore) {
+  struct Case {
+    char const* text;
+    char const* lastText;
+  } const cases[] = {
+      {"1MTD MATA {a}\n1MTD ABCD {a, b", "Syntax error: 1MTD ABCD: ',' or '}' expected\n"},
+      {"1MTD MATA {a}\n1MTD ABC {a}", "Badly formatted string : 'ABC'\n"},
+      {"1MTD MATA {a}\n1XYZ ABCD {a}", "Syntax error: unknown type statement '1XYZ'\n"},
+  };
+  for (Case const& c : cases) {
+    ASSERT_TRUE(withChunk("1TYP", c.text).WriteTo(path));
+    SdifFilePtr f = open();
+    SdifFReadGeneralHeader(f.get());
+    SdifFReadAllASCIIChunks(f.get());
+    EXPECT_EQ(lastErrorText(f.get()), c.lastText);
+    EXPECT_NE(f->types.FindMatrixType(SdifStringToSignature("MATA")), nullptr);
+    EXPECT_EQ(SdifFCurrSignature(f.get()), sig("1GAI"));
+  }
+  // A matrix type that no one defined.
+  ASSERT_TRUE(withChunk("1TYP", "1FTD FRAM {MATZ m;}").WriteTo(path));
+  std::vector<unsigned char> bytes = zorvtest::ReadFileBytes(path);
+  std::copy_n("MATZ", 4, bytes.end() - 24);  // the 1GAI matrix
+  ASSERT_TRUE(zorvtest::WriteFileBytes(path, bytes));
+  SdifFilePtr f = open();
+  SdifFReadGeneralHeader(f.get());
+  SdifFReadAllASCIIChunks(f.get());
+  SdifFReadFrameHeader(f.get());
+  SdifFReadMatrixHeader(f.get());
+  ASSERT_GE(f->errors.size(), 1u);
+  EXPECT_EQ(f->errors.front().text, "Matrix Type : 'MATZ' (0x4d41545a) undefined\n");
 }
 
 TEST_F(SdifFileTest, OlderNameValueFormIsRead) {
