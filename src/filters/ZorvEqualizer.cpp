@@ -15,7 +15,9 @@ Equalizer::~Equalizer() {
 void Equalizer::Process(float** outputs, float** inputs, unsigned long numSamples,
                         short const* activeInputs) {
   for (unsigned int k = 0; k < channels.size(); ++k) {
-    if (activeInputs[k] != 0) channels[k]->Process(outputs[k], inputs[k], numSamples);
+    if (activeInputs[k] != 0 && inputs[k] != nullptr) {
+      channels[k]->Process(outputs[k], inputs[k], numSamples);
+    }
   }
 }
 

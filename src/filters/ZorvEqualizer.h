@@ -19,7 +19,7 @@ class Equalizer : public nolardsp::SignalProcessing {
   Equalizer(Equalizer const&) = delete;
   Equalizer& operator=(Equalizer const&) = delete;
 
-  // Every channel; an inactive input leaves its output untouched.
+  // Every channel; an inactive (or null) input leaves its output untouched.
   void Process(float** outputs, float** inputs, unsigned long numSamples,
                short const* activeInputs) override;
 
