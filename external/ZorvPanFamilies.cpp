@@ -3,6 +3,7 @@
 #include "NolarSphericalHarmonic.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
+#include "ZorvSubwoofersPanning.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
 
@@ -49,11 +50,12 @@ bool IsRecursive(Zorv::Pan*) {
 }
 void SetCorners(Zorv::Pan*, float const*) {}
 
-// SubwoofersPanning: not built yet.
-bool IsSubwoofers(Zorv::Pan*) {
-  return false;
+bool IsSubwoofers(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::SubwoofersPanning*>(panner) != nullptr;
 }
-void SetCutOffFrequency(Zorv::Pan*, float) {}
+void SetCutOffFrequency(Zorv::Pan* panner, float hertz) {
+  if (auto* p = dynamic_cast<Zorv::SubwoofersPanning*>(panner)) p->SetCutOffFrequency(hertz);
+}
 
 // HOAPanning; NFCHOAPanning is not built yet.
 bool IsHoa(Zorv::Pan* panner) {

@@ -13,6 +13,7 @@
 #include "ZorvStereoABPanning.h"
 #include "ZorvStereoMSPanning.h"
 #include "ZorvStereoXYPanning.h"
+#include "ZorvSubwoofersPanning.h"
 #include "ZorvSurroundPanning.h"
 #include "ZorvVDbapPanning.h"
 #include "ZorvVbap2DPanning.h"
@@ -161,7 +162,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::NFCHOA3D:
       return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning3D
     case Pan::Subwoofers:
-      return notBuiltYet(numInputs, numOutputs);  // SubwoofersPanning
+      return SubwoofersPanning::Create(numInputs, numOutputs);
     default:
       return nullPanning();
   }
