@@ -143,25 +143,6 @@ TEST(ReverbPanning, OutputCovarianceIsTheMatrixOwnWhateverTheFlagsAndPositions) 
   }
 }
 
-TEST(ReverbPanning, PositionsChangeNothing) {
-  unsigned int const n = 2, m = 4, block = 256;
-  std::unique_ptr<Pan> still(ReverbPanning::Create(n, m));
-  std::unique_ptr<Pan> moved(ReverbPanning::Create(n, m));
-  Signals a(n, m, block), b(n, m, block);
-  for (unsigned int k = 0; k < block; ++k) {
-    a.in[0][k] = b.in[0][k] = std::sin(0.1f * k);
-    a.in[1][k] = b.in[1][k] = 0.5f;
-  }
-  std::vector<CartesianVector> positions(n, CartesianVector(0.f, 0.f, 0.f));
-  for (int block_ = 0; block_ < 20; ++block_) {
-    moved->SetSourcePosition(0, CartesianVector(block_, -block_, 1.f), false);
-    moved->SetSourcePositions(positions.data());
-    still->Process(a.outs.data(), a.ins.data(), block, nolardsp::allActiveInputs);
-    moved->Process(b.outs.data(), b.ins.data(), block, nolardsp::allActiveInputs);
-    for (unsigned int j = 0; j < m; ++j) EXPECT_EQ(a.out[j], b.out[j]);
-  }
-}
-
 // The gains ramp in from silence when the panner is made: no click at the
 // first block, the whole mix a few ramp times later.
 TEST(ReverbPanning, GainsRampInOnCreation) {
