@@ -106,6 +106,9 @@ void Dbap3D(benchmark::State& s) {
 void VDbap(benchmark::State& s) {
   convertAgainstMix(s, "vdbap", false);
 }
+void Panr(benchmark::State& s) {
+  convertAgainstMix(s, "panr", true);
+}
 
 }  // namespace
 
@@ -115,3 +118,4 @@ BENCHMARK(Vbip)->Arg(8)->Arg(32)->Arg(128)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Dbap)->Arg(8)->Arg(32)->Arg(128);
 BENCHMARK(Dbap3D)->Arg(8)->Arg(32)->Arg(128);
 BENCHMARK(VDbap)->Arg(8)->Arg(32)->Arg(128)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Panr)->Arg(4)->Arg(8)->Arg(12);

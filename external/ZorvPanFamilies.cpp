@@ -3,6 +3,7 @@
 #include "NolarSphericalHarmonic.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
+#include "ZorvRecursivePanning.h"
 #include "ZorvSubwoofersPanning.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
@@ -44,11 +45,12 @@ void MuteSourceOutsideSpeakersHull(Zorv::Pan* panner, bool mute) {
   if (auto* p = dynamic_cast<Zorv::DbapPanning*>(panner)) p->MuteSourceOutsideSpeakersHull(mute);
 }
 
-// RecursivePanning: not built yet.
-bool IsRecursive(Zorv::Pan*) {
-  return false;
+bool IsRecursive(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::RecursivePanning*>(panner) != nullptr;
 }
-void SetCorners(Zorv::Pan*, float const*) {}
+void SetCorners(Zorv::Pan* panner, float const corners[4]) {
+  if (auto* p = dynamic_cast<Zorv::RecursivePanning*>(panner)) p->SetCorners(corners);
+}
 
 bool IsSubwoofers(Zorv::Pan* panner) {
   return dynamic_cast<Zorv::SubwoofersPanning*>(panner) != nullptr;

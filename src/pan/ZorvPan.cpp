@@ -10,6 +10,8 @@
 #include "ZorvHOA2DPanning.h"
 #include "ZorvHOA3DPanning.h"
 #include "ZorvNullPanning.h"
+#include "ZorvRecursivePanning.h"
+#include "ZorvReverbPanning.h"
 #include "ZorvStereoABPanning.h"
 #include "ZorvStereoMSPanning.h"
 #include "ZorvStereoXYPanning.h"
@@ -110,7 +112,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
                    Pan::SubType subtype) {
   if (subtype == Pan::Diffuse) {
     if (type == Pan::Binaural) return notBuiltYet(numInputs, numOutputs);  // BinauralPanningIACC
-    return notBuiltYet(numInputs, numOutputs);                             // ReverbPanning
+    return ReverbPanning::Create(numInputs, numOutputs);
   }
   if (type == Pan::Binaural) {
     switch (subtype) {
@@ -140,7 +142,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::Surround:
       return SurroundPanning::Create(numInputs, numOutputs);
     case Pan::Panr:
-      return notBuiltYet(numInputs, numOutputs);  // RecursivePanning
+      return RecursivePanning::Create(numInputs, numOutputs);
     case Pan::Angular:
       return AngularPanning::Create(numInputs, numOutputs);
     case Pan::Vbap2D:

@@ -11,12 +11,15 @@ float clamp(float v, float low, float high) {
   return v >= low ? v : low;  // NaN gives low
 }
 
-// Into [0, 360); anything that is not a finite number gives 0.
+// Into [0, 360); anything that is not a finite number gives 0. fmod is exact,
+// so a huge angle (a corner typed as 1e30) cannot land outside the range and
+// leave the corner ordering below to add 360 to it for ever.
 float wrap360(float degrees) {
   if (!std::isfinite(degrees)) return 0.f;
-  float w = degrees - 360.f * std::floor(degrees / 360.f);
-  if (w >= 360.f) w -= 360.f;
-  return w >= 0.f ? w : 0.f;
+  float w = std::fmod(degrees, 360.f);
+  if (w < 0.f) w += 360.f;
+  // A tiny negative angle plus 360 rounds to 360.
+  return w < 360.f ? w : 0.f;
 }
 
 // The triangle wave that walks the perimeter: 2 at 0 degrees, 0 at 90, -2 at

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <iostream>
@@ -25,34 +26,45 @@ using zorvhost::PanObject;
 // gain exceeds 1; a method without a stated bound gets a loose one until its
 // own tests state it.
 //
-// Two methods go above 1 by their own law:
-// - "vbip" turns each raw gain g into sqrt(g / (S + 1e-20)), S the sum of the
-//   squares. As S >= g * g, that is at most sqrt(g / (g * g + 1e-20)), whose
-//   largest value, at g = 1e-10, is 1 / sqrt(2e-10), about 70711: the gain of
-//   a source near the centre, or of a layout with speakers far farther out
-//   than the source, grows as one over the square root of the raw gain.
+// Two methods go above 1 by their own law, by a factor that depends on the
+// layout, which the caller applies with layoutBound:
+// - "vbip" turns each raw gain g into sqrt(g / S), S the sum of the squares,
+//   so no gain exceeds 1 / sqrt(G), G the largest raw gain. The raw gains
+//   rebuild the source's position from the speakers' (at most L from the
+//   centre), and the position is held at MinRadius (0.2 m) or farther: G is
+//   at least 0.2 / (3 L), and no gain exceeds sqrt(15 L).
 // - "dbap" multiplies the constant-power gains of a source outside the hull
 //   by (|B - C| + 1) / (|B - P| + 1), C the hull vertex nearest to it, B the
 //   barycenter, with no clamp; that factor is at most 1 plus the largest
-//   distance from B to a hull vertex. That depends on the layout, so the
-//   caller widens the bound with layoutBound.
+//   distance from B to a hull vertex.
 float largestGain(std::string const& type) {
-  if (type == "vbip") return 70711.f;
-  for (char const* unit : {"vbap2d", "vbap", "dbap", "dbap3d", "vdbap"}) {
+  // "diffuse" stands for the diffuse mix of any type: its entries are
+  // +-0.5 * N / sqrt(S) with S at least N * N / 4 for three inputs.
+  for (char const* unit :
+       {"vbap2d", "vbap", "vbip", "dbap", "dbap3d", "vdbap", "panr", "diffuse"}) {
     if (type == unit) return 1.f;
   }
   return 100.f;
 }
 
-// For "dbap": 1 plus the largest distance from the barycenter of the current
-// layout to a speaker brought into the plane (the hull vertices have z = 0),
-// from the object's "speakerspositions" (x y z per speaker). 1 for the others.
+// The widening of largestGain by the current layout, from the object's
+// "speakerspositions" (x y z per speaker); 1 for the methods whose bound does
+// not depend on it.
 double layoutBound(std::string const& type, PanObject& object) {
-  if (type != "dbap") return 1.0;
+  if (type != "dbap" && type != "vbip") return 1.0;
   std::vector<double> v;
   for (std::string const& t : object.GetAttribute("speakerspositions")) v.push_back(std::stod(t));
   std::size_t const count = v.size() / 3;
   if (count == 0) return 1.0;
+  if (type == "vbip") {
+    double farthest = 0.0;
+    for (std::size_t k = 0; k < count; ++k) {
+      farthest = std::max(farthest, std::hypot(v[3 * k], v[3 * k + 1], v[3 * k + 2]));
+    }
+    return std::sqrt(15.0 * farthest);
+  }
+  // For "dbap": 1 plus the largest distance from the barycenter to a speaker
+  // brought into the plane (the hull vertices have z = 0).
   double b[3] = {0.0, 0.0, 0.0};
   for (std::size_t k = 0; k < count; ++k) {
     for (int a = 0; a < 3; ++a) b[a] += v[3 * k + a] / static_cast<double>(count);
@@ -155,24 +167,31 @@ std::string randomMessage(std::mt19937& rng) {
   return message;
 }
 
-// Feeds 100 000 random messages to one object of each type that can be
-// built, four messages a block. Returns how many types ran.
-int feedRandomMessages(std::vector<std::string> const& types) {
+// Feeds 100 000 random messages to one object of each box that can be
+// built, four messages a block. A box is a type name, optionally followed by
+// more of the box's text ("panr @numoutputs 5", "vbap @subtype diffuse");
+// without an output count the first count the method serves is taken.
+// Returns how many boxes ran.
+int feedRandomMessages(std::vector<std::string> const& boxes) {
   // Some panners echo settings on the error stream; a hundred thousand
   // messages would drown the test's own output.
   std::streambuf* const errorStream = std::cerr.rdbuf(nullptr);
   int tested = 0;
-  for (std::string const& type : types) {
+  for (std::string const& box : boxes) {
+    std::string const type = box.substr(0, box.find(' '));
+    std::string const rest = box.size() > type.size() ? box.substr(type.size()) : std::string();
+    std::string const law = rest.find("diffuse") != std::string::npos ? "diffuse" : type;
     unsigned int const numInputs = 3;
     long lines = 0;
     // The first output count the method serves: an array, a pair, a
     // first-order or a second-order set of components.
     std::unique_ptr<PanObject> object;
+    bool const counted = rest.find("@numoutputs") != std::string::npos;
     for (char const* outputs : {"8", "2", "4", "9", "3"}) {
-      object = PanObject::Create(
-          "zorv.pan~ @numinputs 3 @numoutputs " + std::string(outputs) + " @type " + type,
-          [&lines](zorvhost::Severity, std::string const&) { ++lines; });
-      if (object != nullptr) break;
+      std::string const count = counted ? "" : std::string(" @numoutputs ") + outputs;
+      object = PanObject::Create("zorv.pan~ @numinputs 3" + count + " @type " + type + rest,
+                                 [&lines](zorvhost::Severity, std::string const&) { ++lines; });
+      if (object != nullptr || counted) break;
     }
     if (object == nullptr) continue;  // a method not built yet
     unsigned int const numOutputs = object->NumOutlets();
@@ -188,7 +207,7 @@ int feedRandomMessages(std::vector<std::string> const& types) {
 
     std::mt19937 rng(20261123u);
     std::uniform_real_distribution<float> signal(-1.f, 1.f);
-    float const gain = largestGain(type);
+    float const gain = largestGain(law);
     int const numMessages = 100000;
     std::vector<std::string> recent;
     double widening = 1.0;
@@ -199,7 +218,7 @@ int feedRandomMessages(std::vector<std::string> const& types) {
       if (recent.size() > 40) recent.erase(recent.begin());
       // Ramps of any length start from the gains of earlier layouts, so the
       // widening is the largest of every layout so far.
-      widening = std::max(widening, layoutBound(type, *object));
+      widening = std::max(widening, layoutBound(law, *object));
       if (m % 4 != 3) continue;
       float bound = 0.f;
       std::vector<float> peak(n, 0.f);
@@ -226,14 +245,14 @@ int feedRandomMessages(std::vector<std::string> const& types) {
               state += "\nin " + std::to_string(in[i][k]);
             for (auto const& r : recent) state += "\n> " + r;
             ADD_FAILURE() << state << "\n"
-                          << type << ": output " << j << " sample " << k << " is " << v
-                          << " (bound " << bound << ") after message " << m << ": " << message;
+                          << box << ": output " << j << " sample " << k << " is " << v << " (bound "
+                          << bound << ") after message " << m << ": " << message;
             return tested;
           }
         }
       }
     }
-    EXPECT_GT(lines, 0) << type;
+    EXPECT_GT(lines, 0) << box;
   }
   std::cerr.rdbuf(errorStream);
   return tested;
@@ -241,20 +260,29 @@ int feedRandomMessages(std::vector<std::string> const& types) {
 
 class PanMessagesProperty : public ::testing::TestWithParam<char const*> {};
 
-std::string typeName(::testing::TestParamInfo<char const*> const& info) {
-  return info.param;
+std::string boxName(::testing::TestParamInfo<char const*> const& info) {
+  std::string name;
+  for (char const* c = info.param; *c != '\0'; ++c) {
+    if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
+  }
+  return name;
 }
 
 TEST_P(PanMessagesProperty, RandomMessagesWhileRunningKeepOutputsFiniteAndBounded) {
   if (feedRandomMessages({GetParam()}) == 0) GTEST_SKIP() << GetParam() << " is not built yet";
 }
 
-// Every type that no message may break.
-INSTANTIATE_TEST_SUITE_P(Types, PanMessagesProperty,
-                         ::testing::Values("vbap2d", "vbap", "vbip", "dbap", "dbap3d", "vdbap",
-                                           "binaural", "xy", "ms", "ab", "surround", "panr",
-                                           "angular", "bformat", "hoa2d", "hoa3d", "nfchoa2d",
-                                           "nfchoa3d", "subwoofers"),
-                         typeName);
+// Every type that no message may break, "panr" at each of its counts, and
+// the diffuse mix under several type names.
+INSTANTIATE_TEST_SUITE_P(
+    Types, PanMessagesProperty,
+    ::testing::Values("vbap2d", "vbap", "vbip", "dbap", "dbap3d", "vdbap", "binaural", "xy", "ms",
+                      "ab", "surround", "panr @numoutputs 4", "panr @numoutputs 5",
+                      "panr @numoutputs 6", "panr @numoutputs 7", "panr @numoutputs 8",
+                      "panr @numoutputs 12", "angular", "bformat", "hoa2d", "hoa3d", "nfchoa2d",
+                      "nfchoa3d", "subwoofers", "vbap @subtype diffuse",
+                      "hoa3d @subtype diffuse @numoutputs 5", "panr @subtype diffuse",
+                      "nfchoa3d @subtype diffuse @numoutputs 3"),
+    boxName);
 
 }  // namespace

@@ -80,6 +80,28 @@ TEST(VbipPanning, GainsFollowTheIntensityRule) {
   for (std::size_t k = 0; k < 8; ++k) EXPECT_NEAR(on[k], k == 2 ? 1.f : 0.f, 1e-5f);
 }
 
+TEST(VbipPanning, PowerFallsWithDistanceDownToMinRadiusAndHoldsInside) {
+  Zorv::VbipPanning vbip(1, 8);
+  auto const s = cube();
+  vbip.SetLoudspeakerPositions(s.data());
+  CartesianVector const d = unit(CartesianVector(-0.4f, 0.7f, 0.3f));
+  auto at = [&](float r) { return gainsAt(vbip, CartesianVector(r * d.x, r * d.y, r * d.z)); };
+  // Beyond MinRadius the rule is untouched: power times distance is constant.
+  float const atOne = power(at(1.f));
+  for (float r : {0.2f, 0.5f, 3.f, 1e4f}) EXPECT_NEAR(power(at(r)) * r, atOne, 1e-4f * atOne) << r;
+  // Inside it, a source sounds exactly as at MinRadius in its own direction.
+  auto const held = at(0.2f);
+  for (float r : {0.19f, 1e-3f, 1e-9f, 1e-30f}) {
+    auto const g = at(r);
+    for (std::size_t k = 0; k < g.size(); ++k) EXPECT_NEAR(g[k], held[k], 1e-5f) << r;
+  }
+  // The centre takes the direction of the x axis.
+  auto const centre = gainsAt(vbip, CartesianVector(0.f, 0.f, 0.f));
+  auto const onX = gainsAt(vbip, CartesianVector(0.2f, 0.f, 0.f));
+  for (std::size_t k = 0; k < centre.size(); ++k) EXPECT_NEAR(centre[k], onX[k], 1e-6f);
+  EXPECT_GT(power(centre), 0.f);
+}
+
 TEST(Vbap2DPanning, RendersTheRingAndTellsItsActivePair) {
   Zorv::Vbap2DPanning pan(1, 4);
   auto const s = ring(4, 45.f);  // internal azimuths 45, 135, 225, 315
