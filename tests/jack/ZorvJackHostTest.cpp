@@ -5,15 +5,38 @@
 #include <gtest/gtest.h>
 #include <lo/lo.h>
 
-#include <filesystem>
+#include <dlfcn.h>
+#include <pthread.h>
+
 #include <random>
 
 #include "ZorvHost.h"
 #include "ZorvJackApp.h"
-#include "ZorvJackAudioClient.h"
 #include "ZorvJackOscRouter.h"
 #include "ZorvJackTestSupport.h"
 #include "ZorvTestAllocationCounter.h"
+
+// Locks taken on one watched thread: the audio thread must take none, or
+// the message thread could make it wait. Calls from this program (the host's
+// code and the inline std::mutex) bind to this definition.
+namespace {
+std::atomic<bool> lockWatching{false};
+pthread_t lockWatched{};
+std::atomic<long long> lockCount{0};
+std::atomic<int (*)(pthread_mutex_t*)> realLock{nullptr};
+}  // namespace
+
+extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) {
+  auto real = realLock.load();
+  if (real == nullptr) {
+    real = reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
+    realLock.store(real);
+  }
+  if (lockWatching.load() && pthread_equal(pthread_self(), lockWatched) != 0) {
+    lockCount.fetch_add(1);
+  }
+  return real(mutex);
+}
 
 namespace {
 
@@ -185,22 +208,6 @@ TEST_F(JackHostTest, ListenerYawTurnsABinauralScene) {
   EXPECT_EQ(host->Stop(), 0);
 }
 
-// The voluntary context switches of the host's audio thread so far, -1 when
-// it is not found.
-long long voluntarySwitches() {
-  for (auto const& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    if (ReadFile(task.path() / "comm") !=
-        std::string(zorvjack::AudioClient::AudioThreadName) + "\n") {
-      continue;
-    }
-    std::istringstream status(ReadFile(task.path() / "status"));
-    for (std::string line; std::getline(status, line);) {
-      if (line.rfind("voluntary_ctxt_switches:", 0) == 0) return std::stoll(line.substr(24));
-    }
-  }
-  return -1;
-}
-
 // A datagram that is no OSC message at all, or is cut short.
 void sendRaw(int fd, sockaddr_in const& to, std::string const& bytes) {
   sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr const*>(&to), sizeof(to));
@@ -217,12 +224,13 @@ TEST_F(JackHostTest, AFloodOfOscMessagesOfEveryFormLeavesTheAudioThreadAlone) {
   expectOutputs(reference[0], "before the flood");
 
   long long const cyclesBefore = tester->Cycles();
-  long long const switchesBefore = voluntarySwitches();
-  ASSERT_GE(switchesBefore, 0) << "no thread named " << zorvjack::AudioClient::AudioThreadName;
   unsigned long long const xrunsBefore = host->app.Xruns();
   unsigned long long sent = 0;
   {
     zorvtest::AllocationCounter onAudioThread(host->app.ProcessThread());
+    lockWatched = host->app.ProcessThread();
+    lockCount.store(0);
+    lockWatching.store(true);
     int const raw = socket(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in to{};
     to.sin_family = AF_INET;
@@ -287,8 +295,8 @@ TEST_F(JackHostTest, AFloodOfOscMessagesOfEveryFormLeavesTheAudioThreadAlone) {
       ++sent;
     }
     close(raw);
-    // Wait until the host has worked through what reached it, then make one
-    // last move that must land.
+    // One last move must land: it is sent again until it does, as the flood
+    // may have filled the socket's buffer.
     auto const last = [this] { lo_send(address, "/zorv/source/1/aed", "fff", 135.f, 0.f, 1.f); };
     lo_send(address, "/zorv/mute/1", "i", 0);
     last();
@@ -297,9 +305,10 @@ TEST_F(JackHostTest, AFloodOfOscMessagesOfEveryFormLeavesTheAudioThreadAlone) {
       last();
     });
     EXPECT_EQ(onAudioThread.Count(), 0u) << "allocations on the audio thread";
+    lockWatching.store(false);
+    EXPECT_EQ(lockCount.load(), 0) << "locks taken on the audio thread";
   }
   long long const cycles = tester->Cycles() - cyclesBefore;
-  long long const switches = voluntarySwitches() - switchesBefore;
   unsigned long long const xruns = host->app.Xruns() - xrunsBefore;
   EXPECT_EQ(tester->NonFinite(), 0);
   EXPECT_EQ(host->Stop(), 0);
@@ -307,16 +316,15 @@ TEST_F(JackHostTest, AFloodOfOscMessagesOfEveryFormLeavesTheAudioThreadAlone) {
   RecordProperty("messages_handled", std::to_string(host->app.MessagesSent()));
   RecordProperty("cycles", std::to_string(cycles));
   RecordProperty("xruns", std::to_string(xruns));
-  RecordProperty("audio_thread_waits", std::to_string(switches));
   std::cout << sent << " datagrams sent, " << host->app.MessagesSent()
-            << " messages reached the object; " << cycles << " cycles, " << switches
-            << " waits of the audio thread, " << xruns << " xruns during the flood\n";
-  // Without real-time scheduling on a busy machine, the dummy driver counts
-  // xruns of its own (a late timer, a thread woken late), so their number
-  // says little. What messages could do to the audio thread is make it wait
-  // (on a lock, on memory, on the console): it then gives up the processor
-  // where it otherwise only waits for the next cycle, if at all.
-  EXPECT_LE(switches, cycles + cycles / 10 + 50) << "the audio thread waits within its cycles";
+            << " messages reached the object; " << xruns << " xruns in " << cycles
+            << " cycles during the flood\n";
+  // The xruns are reported, not judged: without real-time scheduling on a
+  // busy machine the dummy driver counts its own (a late timer, a client
+  // thread woken late), whatever the messages do. What messages could do to
+  // the audio thread is make it wait, on a lock or in the allocator, and both
+  // are counted above on that very thread.
+
   // Each unknown address is answered once, up to the limit; the object
   // answers each bad message it gets, as it does in any host.
   std::string const text = host->Console();

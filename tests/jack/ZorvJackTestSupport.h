@@ -6,6 +6,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <jack/jack.h>
 #include <netinet/in.h>
 #include <signal.h>
@@ -17,6 +18,7 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -152,8 +154,21 @@ inline jack_client_t* OpenClient(std::string const& name, std::string const& ser
 class JackServer {
  public:
   explicit JackServer(TempDir const& dir, unsigned int period = 64) {
+    // Named after the test and the build: a server that ends while a client
+    // still holds on leaves its entry in JACK's registry of servers (which
+    // has room for a few), and the next server of the same name takes it
+    // back.
     static int count = 0;
-    name = "zorvtest" + std::to_string(getpid()) + "_" + std::to_string(count++);
+    auto const* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string const key =
+        std::string(ZORV_BINARY_DIR) + "/" +
+        (test != nullptr ? std::string(test->test_suite_name()) + "." + test->name()
+                         : std::string()) +
+        "/" + std::to_string(count++);
+    char hash[32];
+    std::snprintf(hash, sizeof(hash), "%08zx",
+                  std::hash<std::string>{}(key)&std::size_t{0xffffffff});
+    name = std::string("zorvtest_") + hash;
 #ifdef ZORV_JACKD
     std::string const jackd = ZORV_JACKD;
 #else

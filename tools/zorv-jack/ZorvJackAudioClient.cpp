@@ -59,17 +59,19 @@ AudioClient::AudioClient(std::string const& name, zorvhost::PanObject& object,
                                           "\" (status " + std::to_string(static_cast<int>(status)) +
                                           ")");
   }
-  for (auto const& port : ports.inputs) {
-    jack_port_t* p =
-        jack_port_register(client, port.c_str(), JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
-    if (p == nullptr) throw JackError(JackError::Other, "cannot register the port " + port);
-    inputPorts.push_back(p);
-  }
+  auto add = [this](std::string const& port, unsigned long flags) {
+    jack_port_t* p = jack_port_register(client, port.c_str(), JACK_DEFAULT_AUDIO_TYPE, flags, 0);
+    if (p == nullptr) {
+      // The destructor will not run: the client is closed here.
+      jack_client_close(client);
+      client = nullptr;
+      throw JackError(JackError::Other, "cannot register the port " + port);
+    }
+    return p;
+  };
+  for (auto const& port : ports.inputs) inputPorts.push_back(add(port, JackPortIsInput));
   for (auto const& port : ports.outputs) {
-    jack_port_t* p = jack_port_register(client, port.c_str(), JACK_DEFAULT_AUDIO_TYPE,
-                                        JackPortIsOutput | JackPortIsTerminal, 0);
-    if (p == nullptr) throw JackError(JackError::Other, "cannot register the port " + port);
-    outputPorts.push_back(p);
+    outputPorts.push_back(add(port, JackPortIsOutput | JackPortIsTerminal));
   }
   inputBuffers.assign(inputPorts.size(), nullptr);
   outputBuffers.assign(outputPorts.size(), nullptr);
