@@ -46,9 +46,27 @@ TEST_F(JackBinaryTest, ABadBoxOrScoreStopsItBeforeTheServer) {
 TEST_F(JackBinaryTest, SignalsReportXrunsAndStopItCleanly) {
   JackServer server(dir);
   if (!server.Up()) GTEST_SKIP() << server.Reason();
-  auto host = run({"-p", "0", "-n", "signalled", box}, server.Name());
+  auto host = run({"-p", "0", "-n", "signalled", "-i", "system:capture_2,system:capture_1", "-o",
+                   "system:playback_", box},
+                  server.Name());
   ASSERT_TRUE(WaitUntil([&] { return errText().find("\"signalled\" runs") != std::string::npos; }))
       << errText();
+  {
+    // Inputs from the listed ports in the list's order; outputs to as many
+    // playback ports as the expression finds, in order.
+    jack_client_t* probe = OpenClient("watcher", server.Name());
+    ASSERT_NE(probe, nullptr);
+    auto connected = [probe](char const* a, char const* b) {
+      return jack_port_connected_to(jack_port_by_name(probe, a), b) != 0;
+    };
+    EXPECT_TRUE(connected("signalled:in_1", "system:capture_2"));
+    EXPECT_TRUE(connected("signalled:in_2", "system:capture_1"));
+    EXPECT_TRUE(connected("signalled:out_1", "system:playback_1"));
+    EXPECT_TRUE(connected("signalled:out_2", "system:playback_2"));
+    EXPECT_EQ(jack_port_connected(jack_port_by_name(probe, "signalled:out_3")), 0);
+    jack_client_close(probe);
+  }
+  EXPECT_NE(errText().find("selects 2 port(s) for our 4"), std::string::npos) << errText();
   host->Write("source 1 aed 30 0 1\nsource 9 aed 0 0 1\n");
   ASSERT_TRUE(WaitUntil([&] { return errText().find("stdin:2:") != std::string::npos; }))
       << errText();
