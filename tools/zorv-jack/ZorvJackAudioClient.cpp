@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -21,9 +22,15 @@ namespace {
 void silent(char const*) {}
 
 // JACK's own errors, on one line each, after ours have said what failed.
+// JACK may report from the audio thread: no allocation here.
 void jackError(char const* text) {
-  std::string line = std::string("zorv-jack: jack: ") + text + "\n";
-  ssize_t const written = ::write(STDERR_FILENO, line.data(), line.size());
+  char line[512];
+  int const length = std::snprintf(line, sizeof(line), "zorv-jack: jack: %s\n", text);
+  if (length <= 0) return;
+  std::size_t const size = static_cast<std::size_t>(length) < sizeof(line)
+                               ? static_cast<std::size_t>(length)
+                               : sizeof(line) - 1;
+  ssize_t const written = ::write(STDERR_FILENO, line, size);
   (void)written;
 }
 
