@@ -1,7 +1,8 @@
 #include "ZorvJackPortSelection.h"
 
+#include <regex.h>
+
 #include <algorithm>
-#include <regex>
 
 namespace zorvjack {
 
@@ -29,15 +30,20 @@ std::vector<std::string> SelectPorts(std::string const& text,
       take(item);
       continue;
     }
-    try {
-      std::regex const pattern(item, std::regex::extended | std::regex::nosubs);
-      for (auto const& name : candidates) {
-        if (std::regex_search(name, pattern)) take(name);
-      }
-    } catch (std::regex_error const& e) {
-      error = "\"" + item + "\" is neither a port nor a regular expression (" + e.what() + ")";
+    // POSIX extended expressions, searched anywhere in the name, as JACK's
+    // own port lookup reads them.
+    regex_t pattern;
+    int const failed = regcomp(&pattern, item.c_str(), REG_EXTENDED | REG_NOSUB);
+    if (failed != 0) {
+      char why[256];
+      regerror(failed, &pattern, why, sizeof(why));
+      error = "\"" + item + "\" is neither a port nor a regular expression (" + why + ")";
       return {};
     }
+    for (auto const& name : candidates) {
+      if (regexec(&pattern, name.c_str(), 0, nullptr, 0) == 0) take(name);
+    }
+    regfree(&pattern);
   }
   return selected;
 }
