@@ -11,6 +11,7 @@
 #include <netinet/in.h>
 #include <signal.h>
 #include <sndfile.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -55,6 +56,8 @@ class Child {
     if (pid < 0) throw std::runtime_error("fork failed");
     if (pid == 0) {
       setpgid(0, 0);
+      // A test that dies leaves no server or host behind.
+      prctl(PR_SET_PDEATHSIG, SIGTERM);
       int const in = withInput ? pipeFds[0] : open("/dev/null", O_RDONLY);
       dup2(in, STDIN_FILENO);
       int const out = open("/dev/null", O_WRONLY);
@@ -165,10 +168,16 @@ class JackServer {
         (test != nullptr ? std::string(test->test_suite_name()) + "." + test->name()
                          : std::string()) +
         "/" + std::to_string(count++);
+    std::size_t const digest = std::hash<std::string>{}(key) % 0x100000000u;
     char hash[32];
-    std::snprintf(hash, sizeof(hash), "%08zx",
-                  std::hash<std::string>{}(key)&std::size_t{0xffffffff});
+    std::snprintf(hash, sizeof(hash), "%08zx", digest);
     name = std::string("zorvtest_") + hash;
+    // A server of that name that answers already is not ours to use.
+    if (jack_client_t* stranger = OpenClient("probe", name)) {
+      jack_client_close(stranger);
+      reason = "a JACK server named " + name + " is running already";
+      return;
+    }
 #ifdef ZORV_JACKD
     std::string const jackd = ZORV_JACKD;
 #else

@@ -1,6 +1,8 @@
 #include "ZorvJackOscServer.h"
 
 #include <atomic>
+#include <cstdint>
+#include <cstring>
 #include <mutex>
 #include <vector>
 
@@ -71,22 +73,37 @@ int OscServer::handler(char const* path, char const* types, lo_arg** argv, int a
   for (int k = 0; k < argc; ++k) {
     OscArgument& a = arguments[static_cast<std::size_t>(k)];
     a.type = types != nullptr ? types[k] : '?';
+    // liblo's arguments point into the datagram, aligned to 4 bytes only:
+    // they are copied out rather than read through the union.
+    char const* const bytes = reinterpret_cast<char const*>(argv[k]);
     switch (a.type) {
-      case 'i':
-        a.number = argv[k]->i;
+      case 'i': {
+        std::int32_t v = 0;
+        std::memcpy(&v, bytes, sizeof(v));
+        a.number = v;
         break;
-      case 'h':
-        a.number = static_cast<double>(argv[k]->h);
+      }
+      case 'h': {
+        std::int64_t v = 0;
+        std::memcpy(&v, bytes, sizeof(v));
+        a.number = static_cast<double>(v);
         break;
-      case 'f':
-        a.number = argv[k]->f;
+      }
+      case 'f': {
+        float v = 0.f;
+        std::memcpy(&v, bytes, sizeof(v));
+        a.number = v;
         break;
-      case 'd':
-        a.number = argv[k]->d;
+      }
+      case 'd': {
+        double v = 0.;
+        std::memcpy(&v, bytes, sizeof(v));
+        a.number = v;
         break;
+      }
       case 's':
       case 'S':
-        a.text = &argv[k]->s;
+        a.text = bytes;
         break;
       default:
         break;
