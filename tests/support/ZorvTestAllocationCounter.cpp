@@ -14,8 +14,20 @@ void noteSize(std::size_t size) {
   }
 }
 
-void* countedAllocation(std::size_t size) {
+// The one watched thread, when watching is set.
+std::atomic<bool> watching{false};
+pthread_t watched{};
+std::atomic<std::size_t> watchedAllocations{0};
+
+void count() {
   allocations.fetch_add(1, std::memory_order_relaxed);
+  if (watching.load(std::memory_order_acquire) && pthread_equal(pthread_self(), watched) != 0) {
+    watchedAllocations.fetch_add(1, std::memory_order_relaxed);
+  }
+}
+
+void* countedAllocation(std::size_t size) {
+  count();
   noteSize(size);
   if (size == 0) size = 1;
   if (void* p = std::malloc(size)) return p;
@@ -23,7 +35,7 @@ void* countedAllocation(std::size_t size) {
 }
 
 void* countedAlignedAllocation(std::size_t size, std::align_val_t alignment) {
-  allocations.fetch_add(1, std::memory_order_relaxed);
+  count();
   noteSize(size);
   std::size_t const a = static_cast<std::size_t>(alignment);
   std::size_t rounded = (size + a - 1) / a * a;
@@ -35,9 +47,17 @@ void* countedAlignedAllocation(std::size_t size, std::align_val_t alignment) {
 
 namespace zorvtest {
 AllocationCounter::AllocationCounter() : start(allocations.load()) {}
-AllocationCounter::~AllocationCounter() = default;
+AllocationCounter::AllocationCounter(pthread_t thread) : start(0), onThread(true) {
+  watching.store(false, std::memory_order_release);
+  watched = thread;
+  watchedAllocations.store(0);
+  watching.store(true, std::memory_order_release);
+}
+AllocationCounter::~AllocationCounter() {
+  if (onThread) watching.store(false, std::memory_order_release);
+}
 std::size_t AllocationCounter::Count() const {
-  return allocations.load() - start;
+  return onThread ? watchedAllocations.load() : allocations.load() - start;
 }
 void ResetLargestAllocation() {
   largest.store(0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <pthread.h>
+
 #include <cstddef>
 
 // Every test program links a replaced global operator new/delete that counts
@@ -9,11 +11,16 @@
 //   zorvtest::AllocationCounter counter;
 //   panner->Process(...);
 //   EXPECT_EQ(counter.Count(), 0u);
+//
+// Given a thread, it counts only the allocations made on that thread (an
+// audio callback's, say, while other threads go on allocating); one such
+// counter at a time.
 namespace zorvtest {
 
 class AllocationCounter {
  public:
   AllocationCounter();
+  explicit AllocationCounter(pthread_t thread);
   ~AllocationCounter();
   AllocationCounter(AllocationCounter const&) = delete;
   AllocationCounter& operator=(AllocationCounter const&) = delete;
@@ -23,6 +30,7 @@ class AllocationCounter {
 
  private:
   std::size_t start;
+  bool onThread = false;
 };
 
 // The largest single allocation (operator new and its kin) since the last
