@@ -53,9 +53,11 @@ TEST(ScoreTest, ReadsTimesMessagesAndLineNumbersSkippingCommentsAndBlanks) {
 
 TEST(ScoreTest, BadLinesAreNamedByFileAndLine) {
   EXPECT_EQ(errorOf("0 a\nabc source 1\n"),
-            "moves.txt:2: bad time \"abc\": a score line is \"SECONDS MESSAGE...\"");
+            "moves.txt:2: bad time \"abc\": a score line is \"SECONDS MESSAGE...\" or "
+            "\"START..END MESSAGE... FROM -> TO\"");
   EXPECT_EQ(errorOf("1.5s source 1\n"),
-            "moves.txt:1: bad time \"1.5s\": a score line is \"SECONDS MESSAGE...\"");
+            "moves.txt:1: bad time \"1.5s\": a score line is \"SECONDS MESSAGE...\" or "
+            "\"START..END MESSAGE... FROM -> TO\"");
   EXPECT_EQ(errorOf("0 a\n2 b\n# c\n1.5 c\n"), "moves.txt:4: time goes backwards: 1.5 after 2");
   EXPECT_EQ(errorOf("-1 a\n"), "moves.txt:1: negative time -1");
   EXPECT_EQ(errorOf("3.0   # nothing to send\n"), "moves.txt:1: no message after the time 3.0");
