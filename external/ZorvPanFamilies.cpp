@@ -3,6 +3,7 @@
 #include "NolarSphericalHarmonic.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
+#include "ZorvVDbapPanning.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
 
@@ -21,6 +22,7 @@ bool IsVbap(Zorv::Pan* panner) {
 }
 
 bool HasNoSpeakerTriplet(Zorv::Pan* panner) {
+  if (auto* p = dynamic_cast<Zorv::VDbapPanning*>(panner)) return p->InnerLayoutHasNoTriplet();
   auto* p = dynamic_cast<Zorv::VectorBasedPanning*>(panner);
   return p != nullptr && p->GetTriplets().empty();
 }
