@@ -109,8 +109,9 @@ bool ScoreMessages::Take(long long end, TimedMessage& message) {
 }
 
 size_t ScoreMessages::CountRest() {
-  size_t count = gliding.size();
-  if (!reader.IsRegularFile() && !havePending) {
+  size_t count = gliding.size() + (havePending ? 1 : 0);
+  havePending = false;
+  if (!reader.IsRegularFile()) {
     return count;
   }
   while (peek()) {

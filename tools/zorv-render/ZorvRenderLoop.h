@@ -57,8 +57,9 @@ class ScoreMessages final : public MessageSource {
   ScoreMessages(ScoreReader& reader, double samplerate, unsigned int blockSize, bool exact);
   bool Take(long long end, TimedMessage& message) override;
   bool Interrupted() const override { return reader.Interrupted(); }
-  // The lines not sent yet, counted by reading the rest of the score; only
-  // for a score that is a file (a pipe could go on for ever).
+  // The lines not sent yet (glides cut short included), counted by reading
+  // the rest of a score that is a file; of a pipe, which could go on for
+  // ever, only what has been read.
   size_t CountRest();
 
  private:

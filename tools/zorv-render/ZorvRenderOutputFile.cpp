@@ -161,6 +161,12 @@ OutputFile::OutputFile(std::string const& path, unsigned int numChannels, double
     if (S_ISDIR(status.st_mode)) {
       throw RenderError(ExitBadOutput, path + ": is a folder, not a file to write");
     }
+    // A device or a pipe would be replaced by a plain file, not written to.
+    if (!S_ISREG(status.st_mode)) {
+      throw RenderError(ExitBadOutput, path +
+                                           ": is not a plain file (a device or a pipe?): "
+                                           "not replaced");
+    }
     // A file nobody may write is protected on purpose, even from root.
     bool const protectedFile = (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
     if (protectedFile || access(targetPath.c_str(), W_OK) != 0) {
