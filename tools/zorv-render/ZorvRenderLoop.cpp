@@ -30,9 +30,16 @@ std::vector<TimedMessage> TimeScore(Score const& score, double samplerate) {
   std::vector<TimedMessage> messages;
   messages.reserve(score.Entries().size());
   for (auto const& entry : score.Entries()) {
-    messages.push_back({SecondsToSample(entry.seconds, samplerate), entry.message,
-                        score.Name() + ":" + std::to_string(entry.line)});
+    std::string const origin = score.Name() + ":" + std::to_string(entry.line);
+    messages.push_back({SecondsToSample(entry.seconds, samplerate), entry.MessageAt(0.), origin});
+    if (entry.IsGlide()) {
+      messages.push_back(
+          {SecondsToSample(entry.endSeconds, samplerate), entry.MessageAt(1.), origin});
+    }
   }
+  std::stable_sort(
+      messages.begin(), messages.end(),
+      [](TimedMessage const& a, TimedMessage const& b) { return a.sample < b.sample; });
   return messages;
 }
 

@@ -22,6 +22,8 @@ struct TimedMessage {
 // that times typed in decimals land where the user counted.
 long long SecondsToSample(double seconds, double samplerate);
 
+// A score held whole as messages in order; a glide gives only its start and
+// its end (ScoreMessages gives every step).
 std::vector<TimedMessage> TimeScore(Score const& score, double samplerate);
 
 // Where the render loop takes its timed messages from, one at a time, so that
