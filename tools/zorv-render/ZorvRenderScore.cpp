@@ -194,6 +194,7 @@ ScoreReader::ScoreReader(std::string const& path, std::function<bool()> interrup
 ScoreReader::ScoreReader(std::string text, std::string const& name)
     : parser(name), buffer(std::move(text)) {
   atEnd = true;
+  regular = true;
 }
 
 ScoreReader::~ScoreReader() {

@@ -68,8 +68,9 @@ class ScoreReader {
   bool Next(ScoreEntry& entry);
 
   bool Interrupted() const { return wasInterrupted; }
-  // A file that can be read twice (checked whole before a render, then read
-  // again while it runs); a pipe, a terminal or a device cannot.
+  // A score that ends and can be read through at no risk: a file (checked
+  // whole before a render, then read again while it runs) or a text; a
+  // pipe, a terminal or a device could make the reader wait for ever.
   bool IsRegularFile() const { return regular; }
   std::string const& Name() const { return parser.Name(); }
 
