@@ -59,9 +59,11 @@ std::streambuf*& hiddenBuffer() {
 }  // namespace
 
 std::streambuf* HideCppErrorStream() {
-  static NullBuffer nowhere;
+  // Never destroyed: std::cerr is flushed at exit, after function statics
+  // made later than it are gone.
+  static NullBuffer* nowhere = new NullBuffer();
   if (hiddenBuffer() == nullptr) {
-    hiddenBuffer() = std::cerr.rdbuf(&nowhere);
+    hiddenBuffer() = std::cerr.rdbuf(nowhere);
   }
   return hiddenBuffer();
 }
