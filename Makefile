@@ -9,7 +9,9 @@ CTEST_ARGS ?=
 
 FORMAT_FILES = $(shell git ls-files '*.h' '*.hpp' '*.cpp' '*.cc' 2>/dev/null)
 
-.PHONY: all build deps configure test test-asan test-tsan bench fuzz demo format format-check clean pd
+PREFIX     ?= /usr/local
+
+.PHONY: all build deps configure test test-asan test-tsan bench fuzz demo format format-check clean pd install uninstall
 
 all: build
 
@@ -85,6 +87,21 @@ pd: deps
 	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release $(CMAKE_ARGS)
 	cmake --build $(BUILD) -j $(JOBS) --target zorv_pan_pd
 	@echo "Built $(BUILD)/pd/zorv.pan~.pd_linux; try: pd -path $(BUILD)/pd -open $(BUILD)/pd/zorv.pan~-help.pd"
+
+# Installs zorv-render into $(PREFIX)/bin and the Pd external with its help
+# patch into $(PREFIX)/lib/pd/extra/zorv.pan~; the list of what was put where
+# goes to $(BUILD)/install_manifest.txt, which `make uninstall` reads.
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+uninstall:
+	@if [ ! -f $(BUILD)/install_manifest.txt ]; then \
+		echo "nothing to uninstall: $(BUILD)/install_manifest.txt is missing"; exit 1; fi
+	@while IFS= read -r f || [ -n "$$f" ]; do \
+		if [ -e "$$f" ] || [ -L "$$f" ]; then rm -f -- "$$f" && echo "removed $$f"; fi; \
+	done < $(BUILD)/install_manifest.txt
+	@while IFS= read -r f || [ -n "$$f" ]; do dirname -- "$$f"; done < $(BUILD)/install_manifest.txt | sort -u | \
+		while IFS= read -r d; do case "$$d" in */zorv.pan~) rmdir -- "$$d" 2>/dev/null || true;; esac; done
 
 format:
 	clang-format -i $(FORMAT_FILES)

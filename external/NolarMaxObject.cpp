@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -254,6 +257,185 @@ t_max_err nolarmax_setvalueof(_NolarMspObject* x, long argc, t_atom* argv) {
     i += 2 + static_cast<long>(count);
   }
   return i == argc ? MAX_ERR_NONE : MAX_ERR_GENERIC;
+}
+
+namespace {
+
+struct MessageEntry {
+  std::string name;
+  short type;
+};
+
+std::mutex& messagesMutex() {
+  static std::mutex m;
+  return m;
+}
+
+// The messages of every class, in order of registration; as long-lived as
+// the classes.
+std::map<t_class*, std::vector<MessageEntry>>& classMessages() {
+  static auto* messages = new std::map<t_class*, std::vector<MessageEntry>>();
+  return *messages;
+}
+
+std::string xmlEscaped(std::string const& text) {
+  std::string out;
+  for (char c : text) {
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
+    }
+  }
+  return out;
+}
+
+std::string atomsText(std::vector<t_atom> const& values) {
+  long size = 0;
+  char* text = nullptr;
+  atom_gettext(static_cast<long>(values.size()), values.data(), &size, &text, 0);
+  std::string result = text != nullptr ? text : "";
+  sysmem_freeptr(text);
+  return result;
+}
+
+// A property of an attribute as text; "" when it has none.
+std::string propertyText(t_object* x, t_symbol* name, char const* property) {
+  long argc = 0;
+  t_atom* argv = nullptr;
+  if (object_attr_attr_getvalueof(x, name, gensym(property), &argc, &argv) != MAX_ERR_NONE) {
+    return "";
+  }
+  std::string const text = atomsText(std::vector<t_atom>(argv, argv + argc));
+  sysmem_freeptr(argv);
+  return text;
+}
+
+char const* argumentsOf(short type) {
+  switch (type) {
+    case A_SYM:
+    case A_DEFSYM:
+      return "symbol";
+    case A_LONG:
+    case A_DEFLONG:
+      return "int";
+    case A_FLOAT:
+    case A_DEFFLOAT:
+      return "float";
+    case A_GIMME:
+      return "list";
+    default:
+      return "";
+  }
+}
+
+}  // namespace
+
+void AddMessage(t_class* c, char const* name, method routine, short type) {
+  class_addmethod(c, routine, name, type, 0);
+  std::lock_guard<std::mutex> lock(messagesMutex());
+  std::vector<MessageEntry>& entries = classMessages()[c];
+  for (MessageEntry& entry : entries) {
+    if (entry.name == name) {
+      entry.type = type;
+      return;
+    }
+  }
+  entries.push_back(MessageEntry{name, type});
+}
+
+void generatexml(_NolarMspObject* x) {
+  auto* ob = reinterpret_cast<t_object*>(x);
+  std::string const className = object_classname(ob)->s_name;
+  std::string const fileName = className + ".maxref.xml";
+  std::ofstream out(fileName);
+  out << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+  out << "<reference name=\"" << xmlEscaped(className) << "\" version=\""
+      << xmlEscaped(propertyText(ob, gensym("externalversion"), "label")) << "\">\n";
+  out << "  <digest>" << xmlEscaped(propertyText(ob, gensym("classdigest"), "label"))
+      << "</digest>\n";
+  out << "  <description>" << xmlEscaped(propertyText(ob, gensym("classdescription"), "label"))
+      << "</description>\n";
+  out << "  <seealso>" << xmlEscaped(propertyText(ob, gensym("classseealso"), "label"))
+      << "</seealso>\n";
+
+  std::vector<MessageEntry> messages;
+  {
+    std::lock_guard<std::mutex> lock(messagesMutex());
+    auto found = classMessages().find(ob->o_messlist);
+    if (found != classMessages().end()) messages = found->second;
+  }
+  out << "  <messages>\n";
+  for (MessageEntry const& m : messages) {
+    if (m.type == A_CANT) continue;  // the host's own calls, not messages
+    out << "    <message name=\"" << xmlEscaped(m.name) << "\" arguments=\"" << argumentsOf(m.type)
+        << "\"/>\n";
+  }
+  out << "  </messages>\n";
+
+  out << "  <attributes>\n";
+  for (t_symbol* name : visibleAttributes(ob)) {
+    out << "    <attribute name=\"" << xmlEscaped(name->s_name) << "\" type=\""
+        << xmlEscaped(propertyText(ob, name, "type")) << "\" size=\""
+        << xmlEscaped(propertyText(ob, name, "size")) << "\"";
+    for (char const* property :
+         {"minvalue", "maxvalue", "default", "units", "style", "enumvals", "category"}) {
+      std::string const value = propertyText(ob, name, property);
+      if (!value.empty()) out << " " << property << "=\"" << xmlEscaped(value) << "\"";
+    }
+    out << ">\n";
+    out << "      <label>" << xmlEscaped(propertyText(ob, name, "label")) << "</label>\n";
+    std::string const description = propertyText(ob, name, "description");
+    if (!description.empty()) {
+      out << "      <description>" << xmlEscaped(description) << "</description>\n";
+    }
+    out << "    </attribute>\n";
+  }
+  out << "  </attributes>\n";
+  out << "</reference>\n";
+  out.close();
+  if (!out) {
+    object_error(ob, "couldnt write %s", fileName.c_str());
+    return;
+  }
+  object_post(ob, "wrote %s", fileName.c_str());
+}
+
+void nolarmax_preset(_NolarMspObject* x) {
+  long argc = 0;
+  t_atom* argv = nullptr;
+  if (nolarmax_getvalueof(x, &argc, &argv) != MAX_ERR_NONE) return;
+  preset_store_atoms(reinterpret_cast<t_object*>(x), argc, argv);
+  sysmem_freeptr(argv);
+}
+
+void nolarmax_recallpreset(_NolarMspObject* x, t_symbol*, long argc, t_atom* argv) {
+  auto* ob = reinterpret_cast<t_object*>(x);
+  if (argc > 0 && argv != nullptr) {
+    if (nolarmax_setvalueof(x, argc, argv) != MAX_ERR_NONE) {
+      object_error(ob, "recallpreset: the list is not \"name count values...\" throughout");
+    }
+    return;
+  }
+  long count = 0;
+  t_atom* stored = nullptr;
+  if (preset_recall_atoms(ob, &count, &stored) != MAX_ERR_NONE) {
+    object_error(ob, "recallpreset: no preset stored");
+    return;
+  }
+  nolarmax_setvalueof(x, count, stored);
+  sysmem_freeptr(stored);
 }
 
 void NotifyChange(_NolarMspObject* x) {

@@ -61,6 +61,23 @@ void postattributes(_NolarMspObject* x, t_symbol* s, long argc, t_atom* argv);
 t_max_err nolarmax_getvalueof(_NolarMspObject* x, long* argc, t_atom** argv);
 t_max_err nolarmax_setvalueof(_NolarMspObject* x, long argc, t_atom* argv);
 
+// Registers a message with class_addmethod and keeps its name and argument
+// type (A_NOTHING, A_SYM, A_LONG, A_FLOAT, A_GIMME or A_CANT) for the
+// reference document.
+void AddMessage(t_class* c, char const* name, method routine, short type);
+
+// "generatexml": writes the reference document "<class name>.maxref.xml" into
+// the current folder: the class's texts, its messages with their arguments,
+// and the attributes the user sees with their types, ranges and labels.
+void generatexml(_NolarMspObject* x);
+
+// "preset": stores the values of the attributes the user sees (as
+// nolarmax_getvalueof lists them) in the host's preset store.
+void nolarmax_preset(_NolarMspObject* x);
+// "recallpreset [name count values...]": sets the attributes from the list,
+// or, without one, from what "preset" stored.
+void nolarmax_recallpreset(_NolarMspObject* x, t_symbol* s, long argc, t_atom* argv);
+
 // Tells the box that the object has changed.
 void NotifyChange(_NolarMspObject* x);
 

@@ -122,6 +122,7 @@ t_max_err zorv_pan_set_attr(zorv_pan_signal_t* x, t_object* attr, long argc, t_a
     // A short list changes the leading values only.
     atom_getfloat_array(argc, argv, x->sourcespositionsCount, x->sourcespositions);
     zorv_pan_update_sourcespositions(x, -1);
+    zorv_pan_warn_if_silent_layout(x);
   } else if (name == s.speakerspositions) {
     atom_getfloat_array(argc, argv, x->speakerspositionsCount, x->speakerspositions);
     zorv_pan_update_speakerspositions(x);

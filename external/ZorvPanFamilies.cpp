@@ -5,6 +5,7 @@
 #include "ZorvHOAPanning.h"
 #include "ZorvRecursivePanning.h"
 #include "ZorvSubwoofersPanning.h"
+#include "ZorvVDbapPanning.h"
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
 
@@ -23,6 +24,7 @@ bool IsVbap(Zorv::Pan* panner) {
 }
 
 bool HasNoSpeakerTriplet(Zorv::Pan* panner) {
+  if (auto* p = dynamic_cast<Zorv::VDbapPanning*>(panner)) return p->InnerLayoutHasNoTriplet();
   auto* p = dynamic_cast<Zorv::VectorBasedPanning*>(panner);
   return p != nullptr && p->GetTriplets().empty();
 }

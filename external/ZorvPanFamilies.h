@@ -32,8 +32,9 @@ struct HoaInfos {
 bool IsDbap(Zorv::Pan* panner);
 bool IsVbap(Zorv::Pan* panner);
 bool IsVbap2D(Zorv::Pan* panner);
-// VectorBasedPanning (vbap, vbip): true when the speakers form no triplet
-// around the listener, so that every source stays silent.
+// VectorBasedPanning (vbap, vbip), and the vector-based part of vdbap: true
+// when the speakers form no triplet around the listener, so that every source
+// (for vdbap, every source outside the array) stays silent.
 bool HasNoSpeakerTriplet(Zorv::Pan* panner);
 // DbapPanning only.
 void SetDbapSpreadMode(Zorv::Pan* panner, char const* name);

@@ -117,6 +117,7 @@ void zorv_pan_source(zorv_pan_signal_t* x, t_symbol*, long argc, t_atom* argv) {
     }
     store(x->sourcespositions + 3 * read, position);
     zorv_pan_update_sourcespositions(x, static_cast<long>(read));
+    zorv_pan_warn_if_silent_layout(x);
   }
 }
 

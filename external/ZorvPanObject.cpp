@@ -29,10 +29,13 @@ struct zorv_pan_message {
 // The messages, in order of registration. Handlers of further messages take
 // their place in this table, in the order the object documents them.
 zorv_pan_message const zorv_pan_messages[] = {
+    {"generatexml", reinterpret_cast<method>(nolarmax::generatexml), A_NOTHING},
     {"version", reinterpret_cast<method>(nolarmax::postversion), A_NOTHING},
     {"postattributes", reinterpret_cast<method>(nolarmax::postattributes), A_GIMME},
     {"getvalueof", reinterpret_cast<method>(nolarmax::nolarmax_getvalueof), A_CANT},
     {"setvalueof", reinterpret_cast<method>(nolarmax::nolarmax_setvalueof), A_CANT},
+    {"preset", reinterpret_cast<method>(nolarmax::nolarmax_preset), A_NOTHING},
+    {"recallpreset", reinterpret_cast<method>(nolarmax::nolarmax_recallpreset), A_GIMME},
     {"postdspstatus", reinterpret_cast<method>(zorv_pan_postdspstatus), A_NOTHING},
     {"source", reinterpret_cast<method>(zorv_pan_source), A_GIMME},
     {"loudspeakers", reinterpret_cast<method>(zorv_pan_loudspeakers), A_GIMME},
@@ -78,11 +81,7 @@ void zorv_pan_main(void) {
       "Nov 15 2011", "zorv.pan, zorv.pansig~");
 
   for (zorv_pan_message const& m : zorv_pan_messages) {
-    if (m.type == A_NOTHING) {
-      class_addmethod(c, m.routine, m.name, 0);
-    } else {
-      class_addmethod(c, m.routine, m.name, m.type, 0);
-    }
+    nolarmax::AddMessage(c, m.name, m.routine, m.type);
   }
 
   zorv_pan_add_class_attributes(c);
@@ -200,15 +199,20 @@ void zorv_pan_update_speakerspositions(zorv_pan_signal_t* x) {
       positions[static_cast<std::size_t>(j)] = nolardsp::CartesianVector(p[0], p[1], p[2]);
     }
     x->panner->SetLoudspeakerPositions(positions.data());
-    // A flat ring, a line or coincident speakers: the method is silent by
-    // design there, so say so rather than leave the user with no sound.
-    if (zorv_pan_families::HasNoSpeakerTriplet(x->panner)) {
-      object_warn(&x->ob.ob.z_ob,
-                  "the speakers form no triplet around the listener: sources stay silent until "
-                  "the layout spans three dimensions");
-    }
   }
   notifyChange(x);
+}
+
+// A flat ring, a line or coincident speakers: the method is silent by design
+// there, so say so rather than leave the user with no sound. Said when sound
+// is expected (DSP starts, a source is placed), not while a layout is being
+// built: a box starts on the default flat ring before its layout arrives.
+void zorv_pan_warn_if_silent_layout(zorv_pan_signal_t* x) {
+  if (x->panner != nullptr && zorv_pan_families::HasNoSpeakerTriplet(x->panner)) {
+    object_warn(&x->ob.ob.z_ob,
+                "the speakers form no triplet around the listener: sources stay silent until "
+                "the layout spans three dimensions");
+  }
 }
 
 void zorv_pan_dsp(zorv_pan_signal_t* x, t_signal** sp, short* count) {
@@ -221,6 +225,7 @@ void zorv_pan_dsp(zorv_pan_signal_t* x, t_signal** sp, short* count) {
     x->inputs[i] = sp[i]->s_vec;
   }
   for (long j = 0; j < x->numoutputs; ++j) x->outputs[j] = sp[x->numinputs + j]->s_vec;
+  zorv_pan_warn_if_silent_layout(x);
   dsp_add(zorv_pan_perform, 2, x, n);
 }
 

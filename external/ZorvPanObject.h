@@ -93,6 +93,9 @@ t_max_err zorv_pan_set_attr(zorv_pan_signal_t* x, t_object* attr, long argc, t_a
 
 // Sends source positions to the panner: one (index) or all (-1), ramped.
 void zorv_pan_update_sourcespositions(zorv_pan_signal_t* x, long index);
+// Warns when the panner is vector-based and its speakers form no triplet, so
+// that every source is silent.
+void zorv_pan_warn_if_silent_layout(zorv_pan_signal_t* x);
 void zorv_pan_update_speakerspositions(zorv_pan_signal_t* x);
 void zorv_pan_initialize_speakers_positions(zorv_pan_signal_t* x);
 // Adds the attributes of the instance's panning type.

@@ -14,6 +14,9 @@
 // from outside. A float into the leftmost inlet is a message for the object,
 // not a constant signal, so an unconnected leftmost inlet stays silent.
 //
+// The panners' traces to the C++ error stream (std::cerr) are hidden unless
+// the environment variable ZORV_PAN_VERBOSE is set (to anything but 0).
+//
 // Threads: Pd runs messages, DSP start and the perform routine under its one
 // lock; the perform routine allocates nothing. This file talks to the facade
 // only: Pd's names (gensym, class_new, post, t_atom...) are the only host
@@ -30,6 +33,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <sstream>
@@ -245,6 +249,13 @@ void panTildeAnything(PanTilde* x, t_symbol* s, int argc, t_atom* argv) {
 // be in a C name in hexadecimal, a trailing tilde as "_tilde". It is the only
 // symbol the module exports (see ZorvPdExports.map).
 extern "C" void setup_zorv0x2epan_tilde(void) {
+  // Some panners trace their settings to the C++ error stream, which in Pd
+  // is the terminal Pd was started from (or nowhere) and not Pd's window:
+  // hidden unless ZORV_PAN_VERBOSE is set to something other than 0.
+  char const* verbose = std::getenv("ZORV_PAN_VERBOSE");
+  if (verbose == nullptr || *verbose == '\0' || std::string(verbose) == "0") {
+    zorvhost::HideCppErrorStream();
+  }
   t_class* c = class_new(
       gensym(objectName), reinterpret_cast<t_newmethod>(reinterpret_cast<t_method>(panTildeNew)),
       reinterpret_cast<t_method>(panTildeFree), sizeof(PanTilde), CLASS_DEFAULT, A_GIMME, A_NULL);

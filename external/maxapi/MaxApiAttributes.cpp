@@ -368,8 +368,19 @@ t_max_err object_attr_addattr_format(t_object* x, C74_CONST char* attrname,
 
 t_max_err object_attr_attr_getvalueof(void* x, t_symbol* attrname, t_symbol* attrname2, long* argc,
                                       t_atom** argv) {
-  std::vector<t_atom> const* values =
-      maxapi_attr_property(maxapi_attr_find(x, attrname), attrname2);
+  maxapi_attr* attr = maxapi_attr_find(x, attrname);
+  std::vector<t_atom> const* values = maxapi_attr_property(attr, attrname2);
+  if (values == nullptr && attr != nullptr && attrname2 != nullptr) {
+    std::vector<t_atom> own(1);
+    if (attrname2 == gensym("type")) {
+      atom_setsym(own.data(), attr->type);
+      return giveAtoms(own, argc, argv);
+    }
+    if (attrname2 == gensym("size")) {
+      atom_setlong(own.data(), attr->size);
+      return giveAtoms(own, argc, argv);
+    }
+  }
   if (values == nullptr) return MAX_ERR_GENERIC;
   return giveAtoms(*values, argc, argv);
 }
@@ -563,5 +574,26 @@ t_max_err attr_dictionary_process(void* x, t_dictionary* d) {
     std::vector<t_atom> copy(*values);
     object_attr_setvalueof(x, attr->name, static_cast<long>(copy.size()), copy.data());
   }
+  return MAX_ERR_NONE;
+}
+
+t_max_err preset_store_atoms(t_object* x, long argc, C74_CONST t_atom* argv) {
+  if (x == nullptr || x->o_host == nullptr) return MAX_ERR_INVALID_PTR;
+  if (argc < 0 || (argc > 0 && argv == nullptr)) return MAX_ERR_GENERIC;
+  x->o_host->preset.assign(argv, argv + argc);
+  x->o_host->hasPreset = true;
+  return MAX_ERR_NONE;
+}
+
+t_max_err preset_recall_atoms(t_object* x, long* argc, t_atom** argv) {
+  if (x == nullptr || x->o_host == nullptr || argc == nullptr || argv == nullptr) {
+    return MAX_ERR_INVALID_PTR;
+  }
+  if (!x->o_host->hasPreset) return MAX_ERR_GENERIC;
+  std::vector<t_atom> const& stored = x->o_host->preset;
+  *argc = static_cast<long>(stored.size());
+  *argv = static_cast<t_atom*>(
+      sysmem_newptr(static_cast<long>((stored.empty() ? 1 : stored.size()) * sizeof(t_atom))));
+  for (std::size_t i = 0; i < stored.size(); ++i) (*argv)[i] = stored[i];
   return MAX_ERR_NONE;
 }

@@ -85,6 +85,8 @@ struct maxapi_instance {
   std::vector<char> outletRecords;  // one byte per outlet: outlet_new answers their addresses
   t_object* box = nullptr;          // owned
   maxapi_chain* chain = nullptr;    // the chain the object's perform routines are in
+  std::vector<t_atom> preset;       // the preset store's list for this object
+  bool hasPreset = false;
 };
 
 // Splits text into atoms as a message box does: whole numbers are longs,

@@ -1,5 +1,6 @@
 // Classes, methods, instances and the host's creation and message dispatch.
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -80,6 +81,50 @@ struct SinkScope {
 };
 
 thread_local maxapi_console_sink const* pendingSink = nullptr;
+
+std::size_t editDistance(std::string const& a, std::string const& b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      std::size_t const above = row[j];
+      std::size_t const change = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+      row[j] = std::min({above + 1, row[j - 1] + 1, change});
+      diagonal = above;
+    }
+  }
+  return row[b.size()];
+}
+
+// The host tells the user about a box attribute that the object does not
+// have, as it tells about a message it does not understand, naming the
+// attribute the user most likely meant.
+void reportUnknownBoxAttributes(void* x, std::vector<t_symbol*> const& typed) {
+  t_symbol* invisible = gensym("invisible");
+  for (t_symbol* key : typed) {
+    if (maxapi_attr_find(x, key) != nullptr) continue;
+    t_symbol* nearest = nullptr;
+    std::size_t best = 0;
+    for (maxapi_attr* attr : maxapi_attrs_of(x)) {
+      std::vector<t_atom> const* hidden = maxapi_attr_property(attr, invisible);
+      if (hidden != nullptr && !hidden->empty() && atom_getlong(hidden->data()) != 0) continue;
+      std::size_t const distance = editDistance(key->s_name, attr->name->s_name);
+      if (nearest == nullptr || distance < best) {
+        nearest = attr->name;
+        best = distance;
+      }
+    }
+    if (nearest != nullptr) {
+      object_error(static_cast<t_object*>(x), "%s: no attribute \"@%s\" (did you mean \"@%s\"?)",
+                   object_classname(x)->s_name, key->s_name, nearest->s_name);
+    } else {
+      object_error(static_cast<t_object*>(x), "%s: no attribute \"@%s\"",
+                   object_classname(x)->s_name, key->s_name);
+    }
+  }
+}
 
 }  // namespace
 
@@ -242,6 +287,7 @@ void* maxapi_object_new(t_class* c, std::vector<t_atom> const& atoms, maxapi_con
   maxapi_console_sink const* sinkPointer = sink ? &sink : nullptr;
   SinkScope scope(sinkPointer);
   std::vector<t_atom> arguments;
+  std::vector<t_symbol*> typed;  // the attribute names written in the box
   t_dictionary* d = nullptr;
   std::size_t i = 0;
   auto isAttributeWord = [](t_atom const& a) {
@@ -252,6 +298,7 @@ void* maxapi_object_new(t_class* c, std::vector<t_atom> const& atoms, maxapi_con
     d = dictionary_new();
     while (i < atoms.size()) {
       t_symbol* key = gensym(atoms[i].a_w.w_sym->s_name + 1);
+      typed.push_back(key);
       std::size_t const first = ++i;
       while (i < atoms.size() && !isAttributeWord(atoms[i])) ++i;
       std::vector<t_atom> values(atoms.begin() + static_cast<long>(first),
@@ -298,6 +345,7 @@ void* maxapi_object_new(t_class* c, std::vector<t_atom> const& atoms, maxapi_con
   maxapi_instance* info = static_cast<t_object*>(x)->o_host;
   info->sink = std::move(sink);
   info->box = box;
+  reportUnknownBoxAttributes(x, typed);
   return x;
 }
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <iostream>
 #include <mutex>
 #include <utility>
 
@@ -40,6 +41,39 @@ Severity severityOf(int severity) {
 }
 
 }  // namespace
+
+namespace {
+
+// A stream buffer that takes everything and keeps nothing.
+class NullBuffer final : public std::streambuf {
+ protected:
+  int overflow(int c) override { return traits_type::not_eof(c); }
+  std::streamsize xsputn(char const*, std::streamsize n) override { return n; }
+};
+
+std::streambuf*& hiddenBuffer() {
+  static std::streambuf* buffer = nullptr;
+  return buffer;
+}
+
+}  // namespace
+
+std::streambuf* HideCppErrorStream() {
+  // Never destroyed: std::cerr is flushed at exit, after function statics
+  // made later than it are gone.
+  static NullBuffer* nowhere = new NullBuffer();
+  if (hiddenBuffer() == nullptr) {
+    hiddenBuffer() = std::cerr.rdbuf(nowhere);
+  }
+  return hiddenBuffer();
+}
+
+void ShowCppErrorStream() {
+  if (hiddenBuffer() != nullptr) {
+    std::cerr.rdbuf(hiddenBuffer());
+    hiddenBuffer() = nullptr;
+  }
+}
 
 std::vector<ConsoleLine> TakeConsole() {
   std::vector<ConsoleLine> lines;

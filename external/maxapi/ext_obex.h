@@ -57,6 +57,9 @@ t_max_err object_attr_addattr_format(t_object* x, C74_CONST char* attrname,
 t_max_err object_attr_attr_getvalueof(void* x, t_symbol* attrname, t_symbol* attrname2, long* argc,
                                       t_atom** argv);
 
+// Besides the properties added by the class, every attribute answers "type"
+// (its type symbol) and "size" (its largest element count) here.
+
 // Every value set on the attribute is clipped first.
 t_max_err attr_addfilter_clip(void* x, double min, double max, long usemin, long usemax);
 
@@ -66,6 +69,12 @@ t_max_err object_attr_getvalueof(void* x, t_symbol* s, long* argc, t_atom** argv
 t_atom_long object_attr_getlong(void* x, t_symbol* s);
 t_atom_float object_attr_getfloat(void* x, t_symbol* s);
 t_symbol* object_attr_getsym(void* x, t_symbol* s);
+
+// The host's preset store: one list of atoms kept for each object, written
+// when the object answers "preset" and read back when it is recalled.
+t_max_err preset_store_atoms(t_object* x, long argc, C74_CONST t_atom* argv);
+// *argv is allocated (sysmem_newptr); an error when nothing is stored.
+t_max_err preset_recall_atoms(t_object* x, long* argc, t_atom** argv);
 
 // Dictionaries: ordered keys, each with a list of atoms. Freed with object_free.
 t_dictionary* dictionary_new(void);

@@ -70,4 +70,8 @@ void VDbapPanning::convert(nolardsp::CartesianVector const& position, float* gai
   for (unsigned int k = 0; k < numOutputs; ++k) gains[k] = v * vbapRow[k] + b * dbapRow[k];
 }
 
+bool VDbapPanning::InnerLayoutHasNoTriplet() {
+  return vbap->GetTriplets().empty();
+}
+
 }  // namespace Zorv

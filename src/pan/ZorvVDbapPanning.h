@@ -32,6 +32,10 @@ class VDbapPanning : public AmplitudePanning {
   void convert(nolardsp::CartesianVector const& position, float* gains,
                unsigned int source) override;
 
+  // True when the inner vector-based panner's speakers form no triplet, so
+  // that sources outside the array are silent.
+  bool InnerLayoutHasNoTriplet();
+
  private:
   float radius = 0.f;
   std::vector<nolardsp::CartesianVector> speakerPositions;

@@ -440,26 +440,39 @@ TEST(PanMessagesHoa, EncodingAndSortingReachThePannerAndShowWhatIsInForce) {
 
 namespace {
 
-TEST(PanMessages, VectorBasedPannersWarnWhileTheirLayoutFormsNoTriplet) {
+TEST(PanMessages, VectorBasedPannersWarnWhenASilentLayoutWouldBeHeard) {
   std::string const warning =
       "the speakers form no triplet around the listener: sources stay silent until the layout "
       "spans three dimensions";
-  for (char const* type : {"vbap", "vbip"}) {
-    // The default eight speakers are a flat ring: no triplet, and the user is told.
+  ConsoleLine const line{Severity::Warning, warning};
+  for (char const* type : {"vbap", "vbip", "vdbap"}) {
+    // The default six speakers are a flat ring, but the user's layout is yet
+    // to come: nothing said at creation.
     Box box(std::string("zorv.pan~ @numinputs 1 @numoutputs 6 @type ") + type);
     ASSERT_NE(box.object, nullptr) << type;
-    EXPECT_TRUE(contains(box.Take(), ConsoleLine{Severity::Warning, warning})) << type;
-    // An octahedron surrounds the listener: silence.
+    EXPECT_FALSE(contains(box.Take(), line)) << type;
+    // Placing a source, or starting DSP, on the flat ring: told.
+    box.object->SendMessage("source 1 aed 30 0 2");
+    EXPECT_TRUE(contains(box.Take(), line)) << type;
+    box.Start();
+    EXPECT_TRUE(contains(box.Take(), line)) << type;
+    // An octahedron surrounds the listener: silence on the console.
     box.object->SendMessage("speakers xyz 1 0 0 -1 0 0 0 1 0 0 -1 0 0 0 1 0 0 -1");
-    EXPECT_TRUE(box.Take().empty()) << type;
-    // Back to a flat layout: the warning again.
+    box.object->SendMessage("source 1 aed 30 0 2");
+    box.Start();
+    EXPECT_FALSE(contains(box.Take(), line)) << type;
+    // Building a flat layout says nothing until a source is placed on it.
     box.object->SendMessage("speakers aed 0 0 1 60 0 1 120 0 1 180 0 1 -120 0 1 -60 0 1");
-    EXPECT_TRUE(contains(box.Take(), ConsoleLine{Severity::Warning, warning})) << type;
+    EXPECT_FALSE(contains(box.Take(), line)) << type;
+    box.object->SendMessage("sourcespositions 0 1 0");
+    EXPECT_TRUE(contains(box.Take(), line)) << type;
   }
   // Other methods have no triplets to lose and say nothing about it.
   Box ring("zorv.pan~ @numinputs 1 @numoutputs 6 @type vbap2d");
   ASSERT_NE(ring.object, nullptr);
-  EXPECT_FALSE(contains(ring.Take(), ConsoleLine{Severity::Warning, warning}));
+  ring.object->SendMessage("source 1 aed 30 0 2");
+  ring.Start();
+  EXPECT_FALSE(contains(ring.Take(), line));
 }
 
 }  // namespace

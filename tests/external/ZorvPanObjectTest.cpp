@@ -3,8 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -364,6 +369,76 @@ TEST_F(PanObjectTest, AttributeStoreRoundTripsThroughGetvalueofAndSetvalueof) {
   EXPECT_EQ(b->ob.bypass, 0);
   object_free(a);
   object_free(b);
+}
+
+TEST_F(PanObjectTest, PresetStoresAndRecallpresetRestoresTheAttributes) {
+  auto pan = make("@numinputs 2 @type recording @interpolationtime 12.5");
+  pan->SendMessage("recallpreset");
+  EXPECT_EQ(texts(), Texts{"recallpreset: no preset stored"});
+  pan->SendMessage("source 2 xyz 0.5 0.25 0");
+  pan->SendMessage("preset");
+  auto const sources = pan->GetAttribute("sourcespositions");
+  pan->SendMessage("interpolationtime 80");
+  pan->SendMessage("bypass 1");
+  pan->SendMessage("source 2 xyz 3 3 3");
+  lines.clear();
+  pan->SendMessage("recallpreset");
+  EXPECT_EQ(texts(), Texts{});
+  EXPECT_EQ(pan->GetAttribute("interpolationtime"), Texts{"12.5"});
+  EXPECT_EQ(pan->GetAttribute("bypass"), Texts{"0"});
+  EXPECT_EQ(pan->GetAttribute("sourcespositions"), sources);
+  // A list in the message is recalled as it stands; a broken one is refused
+  // from where it breaks.
+  pan->SendMessage("recallpreset interpolationtime 1 40. mute 1");
+  EXPECT_EQ(pan->GetAttribute("interpolationtime"), Texts{"40."});
+  EXPECT_EQ(texts(), Texts{"recallpreset: the list is not \"name count values...\" throughout"});
+}
+
+TEST_F(PanObjectTest, GeneratexmlWritesTheReferenceDocumentIntoTheCurrentFolder) {
+  char folder[] = "/tmp/zorv-xml.XXXXXX";
+  ASSERT_NE(mkdtemp(folder), nullptr);
+  char previous[4096];
+  ASSERT_NE(getcwd(previous, sizeof previous), nullptr);
+  ASSERT_EQ(chdir(folder), 0);
+  auto pan = make("@numinputs 2 @type recording");
+  pan->SendMessage("generatexml");
+  std::ifstream file("zorv.pan~.maxref.xml");
+  std::stringstream text;
+  text << file.rdbuf();
+  std::remove("zorv.pan~.maxref.xml");
+  EXPECT_EQ(chdir(previous), 0);
+  rmdir(folder);
+  EXPECT_EQ(texts(), Texts{"wrote zorv.pan~.maxref.xml"});
+  std::string const xml = text.str();
+  for (char const* part :
+       {"<reference name=\"zorv.pan~\" version=\"4.4.0 (Build Nov 15 2011)\">",
+        "<digest>Panner</digest>", "<message name=\"source\" arguments=\"list\"/>",
+        "<message name=\"crossfadetype\" arguments=\"symbol\"/>",
+        "<message name=\"clear\" arguments=\"\"/>",
+        "<attribute name=\"numinputs\" type=\"long\" size=\"1\" minvalue=\"1\" "
+        "maxvalue=\"128\" default=\"1\">",
+        "<label>number of input channels</label>",
+        "<attribute name=\"sourcespositions\" type=\"float32\" size=\"384\" units=\"xyz\">",
+        "<label>interpolation time (ramp and delay lines)</label>"}) {
+    EXPECT_NE(xml.find(part), std::string::npos) << part << "\n" << xml;
+  }
+  // Host-only calls are not messages; hidden attributes are not shown.
+  EXPECT_EQ(xml.find("\"dsp\""), std::string::npos);
+  EXPECT_EQ(xml.find("classdigest"), std::string::npos);
+}
+
+TEST_F(PanObjectTest, ABoxAttributeTheObjectLacksIsNamedWithTheNearestOne) {
+  auto pan = make("@numinputs 2 @typ recording @interpolatontime 20");
+  ASSERT_NE(pan, nullptr);
+  EXPECT_EQ(texts(), (Texts{"zorv.pan~: no attribute \"@typ\" (did you mean \"@type\"?)",
+                            "zorv.pan~: no attribute \"@interpolatontime\" (did you mean "
+                            "\"@interpolationtime\"?)"}));
+  for (ConsoleLine const& l : lines) EXPECT_EQ(l.severity, Severity::Error);
+  // Attributes of the type are known once the object has them.
+  zorv_pan_set_factory_for_tests(nullptr);
+  auto hoa = make("@numoutputs 7 @type hoa2d @encoding SN2D");
+  ASSERT_NE(hoa, nullptr);
+  EXPECT_EQ(texts(), Texts{});
 }
 
 TEST_F(PanObjectTest, LinesOfObjectsWithoutASinkGoToTheProcessConsole) {

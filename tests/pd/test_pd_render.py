@@ -76,7 +76,9 @@ def render_with_facade(folder, samplerate, block):
         for message in WHILE_RUNNING:
             f.write(f"{MOVE_AT / samplerate!r} {message}\n")
     output = os.path.join(folder, "facade.wav")
-    command = [RENDER, "-q", "-b", str(block), "-i", inputs, "-s", score, "-o", output]
+    # Pd starts the object as it is, ramping in from silence: no pre-roll.
+    command = [RENDER, "-q", "--no-preroll", "-b", str(block), "-i", inputs, "-s", score,
+               "-o", output]
     for message in BEFORE_DSP:
         command += ["-m", message]
     done = subprocess.run(command + [BOX], capture_output=True, text=True, timeout=120)

@@ -70,19 +70,24 @@ def messages(*texts):
     return " \\, ".join(texts)
 
 
-def run_pd(patch_text, folder, samplerate=48000, name="scene.pd"):
+def run_pd(patch_text, folder, samplerate=48000, name="scene.pd", env=None):
     """Runs Pd headless on the patch, which must quit by itself. Returns
-    (exit code, standard error); Pd's console goes to standard error."""
+    (exit code, standard error); Pd's console goes to standard error. env
+    adds variables to Pd's environment."""
     path = os.path.join(folder, name)
     with open(path, "w") as f:
         f.write(patch_text)
-    return run_pd_file(path, samplerate)
+    return run_pd_file(path, samplerate, env=env)
 
 
-def run_pd_file(path, samplerate=48000, extra=()):
+def run_pd_file(path, samplerate=48000, extra=(), env=None):
     command = ["timeout", "60", PD, "-nogui", "-nosound", "-batch", "-noprefs",
                "-r", str(samplerate), "-path", EXTERNAL_DIR, "-open", path, *extra]
-    done = subprocess.run(command, capture_output=True, text=True, timeout=120)
+    environment = dict(os.environ)
+    environment.pop("ZORV_PAN_VERBOSE", None)
+    environment.update(env or {})
+    done = subprocess.run(command, capture_output=True, text=True, timeout=120,
+                          env=environment)
     return done.returncode, done.stderr
 
 

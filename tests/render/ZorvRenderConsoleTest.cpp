@@ -35,5 +35,40 @@ TEST(ConsoleTest, LinesCarryTheOriginAndTheSeverity) {
   EXPECT_EQ(console.ObjectErrors(), 2u);
 }
 
+TEST(ConsoleTest, ControlCharactersAndBrokenUtf8AreShownNotObeyed) {
+  EXPECT_EQ(EscapeControlCharacters("plain text ~"), "plain text ~");
+  // Letters of any script pass; CSI, BEL, DEL and the C1 controls do not.
+  EXPECT_EQ(EscapeControlCharacters("caf\xC3\xA9 \xE2\x86\x92 \xF0\x9F\x8E\xB5"),
+            "caf\xC3\xA9 \xE2\x86\x92 \xF0\x9F\x8E\xB5");
+  EXPECT_EQ(EscapeControlCharacters("\x1B[31mred\x07\x7F\t"), "\\x1B[31mred\\x07\\x7F\\x09");
+  EXPECT_EQ(EscapeControlCharacters("\xC2\x9B"
+                                    "2J"),
+            "\\xC2\\x9B2J");
+  // A lone byte of a sequence, or a sequence cut at the end.
+  EXPECT_EQ(EscapeControlCharacters("\x9B\xE2\x86"), "\\x9B\\xE2\\x86");
+}
+
+TEST(ConsoleTest, ALineThatComesAgainIsCountedAfterThreeAndPostsAreNot) {
+  std::ostringstream out;
+  Console console(out);
+  for (int k = 0; k < 6; ++k) {
+    console.SetOrigin("s.txt:" + std::to_string(k + 1));
+    console.Object(ConsoleSeverity::Error, "bad");
+    console.Object(ConsoleSeverity::Post, "info");
+  }
+  console.SetOrigin("");
+  console.FlushRepeats();
+  console.FlushRepeats();  // counted once
+  std::string expected;
+  for (int k = 0; k < 6; ++k) {
+    std::string const origin = "s.txt:" + std::to_string(k + 1) + ": ";
+    if (k < 3) expected += origin + "zorv.pan~: error: bad\n";
+    expected += origin + "zorv.pan~: info\n";
+  }
+  expected += "zorv.pan~: error: bad ... repeated 3 more times\n";
+  EXPECT_EQ(out.str(), expected);
+  EXPECT_EQ(console.ObjectErrors(), 6u);
+}
+
 }  // namespace
 }  // namespace zorvrender

@@ -105,6 +105,65 @@ TEST(RenderLoopTest, MessagesAtOrAfterTheEndAreCountedNotSent) {
   EXPECT_EQ(run.report.messagesAfterEnd, 1u);
 }
 
+// The samples at which the messages of a score come out, with their texts.
+std::vector<std::pair<long long, std::string>> taken(std::string const& text,
+                                                     unsigned int blockSize, bool exact,
+                                                     long long end = 1000) {
+  ScoreReader reader(text, "s.txt");
+  ScoreMessages messages(reader, 1000., blockSize, exact);
+  std::vector<std::pair<long long, std::string>> result;
+  TimedMessage message;
+  for (long long block = 0; block < end; block += blockSize) {
+    while (messages.Take(block + blockSize, message)) {
+      result.emplace_back(message.sample, message.text);
+      EXPECT_EQ(message.origin.rfind("s.txt:", 0), 0u);
+    }
+  }
+  return result;
+}
+
+TEST(RenderLoopTest, AGlideSpeaksAtItsStartEveryBlockAndItsEndInOrderWithOtherLines) {
+  using Taken = std::vector<std::pair<long long, std::string>>;
+  // 10 to 30 ms at 1 kHz, blocks of 8: at 10, at the blocks from 16 to 24,
+  // and at 30; the plain line at 20 comes after the glide's word at 16 and
+  // before the one at 24.
+  EXPECT_EQ(taken("0.01..0.03 g 0 -> 20\n0.02 plain\n", 8, false),
+            (Taken{{10, "g 0"}, {16, "g 6"}, {20, "plain"}, {24, "g 14"}, {30, "g 20"}}));
+  // Sample by sample with exact timing.
+  Taken const exact = taken("0.01..0.013 g 0 -> 3\n", 8, true);
+  EXPECT_EQ(exact, (Taken{{10, "g 0"}, {11, "g 1"}, {12, "g 2"}, {13, "g 3"}}));
+  // A glide of no length is its final value, once; two glides interleave.
+  EXPECT_EQ(taken("0.005..0.005 g 0 -> 1\n", 8, false), (Taken{{5, "g 1"}}));
+  EXPECT_EQ(taken("0..0.016 a 0 -> 2\n0..0.016 b 0 -> 4\n", 8, false),
+            (Taken{{0, "a 0"}, {0, "b 0"}, {8, "a 1"}, {8, "b 2"}, {16, "a 2"}, {16, "b 4"}}));
+}
+
+TEST(RenderLoopTest, PrerollSendsTheMessagesOfTimeZeroAndWritesNothingOfIt) {
+  struct SettlingObject : FakeObject {
+    using FakeObject::FakeObject;
+    long long SettleFrames(double) const override { return 100; }
+  } object(1, 1, ignoreConsole);
+  MemorySource source({ramp(100)}, 1000.);
+  std::vector<Source*> sources{&source};
+  MemorySink sink(1);
+  RenderSettings settings;
+  settings.samplerate = 1000.;
+  settings.blockSize = 64;
+  settings.numFrames = 100;
+  settings.preroll = true;
+  std::vector<TimedMessage> const messages{{0, "gain 2", "s:1"}, {64, "gain 3", "s:2"}};
+  RenderReport const report = Render(object, sources, sink, messages, settings, RenderHooks());
+  EXPECT_EQ(report.prerollFrames, 100);
+  // The message of time 0 before the pre-roll, which runs on silence in
+  // blocks no longer than the block size; the next message in the render.
+  EXPECT_EQ(object.messages,
+            (std::vector<std::pair<long long, std::string>>{{0, "gain 2"}, {164, "gain 3"}}));
+  EXPECT_EQ(object.blocks, (std::vector<unsigned int>{64, 36, 64, 36}));
+  ASSERT_EQ(sink.channels[0].size(), 100u);
+  EXPECT_EQ(sink.channels[0][0], 2.f * 1.f);
+  EXPECT_EQ(sink.channels[0][64], 3.f * 65.f);
+}
+
 TEST(RenderLoopTest, StopEndsTheRenderAfterTheMessage) {
   FakeObject object(1, 1, ignoreConsole);
   MemorySource source({ramp(1000)}, 1000.);

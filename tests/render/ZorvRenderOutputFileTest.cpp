@@ -1,6 +1,7 @@
 #include "ZorvRenderOutputFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 
@@ -52,8 +53,9 @@ TEST(OutputFileTest, RoundTripIsExactAndTheNameAppearsOnlyAtCommit) {
     output.Write(channels, 700);  // more than a block at once
     float const* rest[] = {left.data() + 700, right.data() + 700};
     output.Write(rest, 300);
-    EXPECT_EQ(dir.Names().count("out.wav"), 0u);
-    EXPECT_EQ(dir.Names().size(), 1u);
+    // Unnamed while it is written: nothing in the folder at all.
+    EXPECT_TRUE(dir.Names().empty());
+    EXPECT_EQ(output.TemporaryPath(), "");
     output.Commit();
   }
   EXPECT_EQ(dir.Names(), (std::set<std::string>{"out.wav"}));
@@ -77,6 +79,25 @@ TEST(OutputFileTest, WithoutCommitNothingIsLeftAndAnOldFileStays) {
   }
   EXPECT_EQ(dir.Names(), (std::set<std::string>{"out.wav"}));
   EXPECT_EQ(firstBytes(dir / "out.wav", 3), "old");
+}
+
+TEST(OutputFileTest, CommitReplacesAnOlderFileLeavingNoOtherNameAndRefusesAPipe) {
+  TempDir dir;
+  zorvrendertest::WriteText(dir / "out.wav", "old");
+  {
+    OutputFile output(dir / "out.wav", 1, 48000., 0, 64);
+    float const ones[8] = {1.f, 1.f, 1.f, 1.f, 1.f, 1.f, 1.f, 1.f};
+    float const* channels[] = {ones};
+    output.Write(channels, 8);
+    EXPECT_EQ(output.Peak(), 1.f);
+    EXPECT_EQ(output.Clipped(), 0u);  // full scale is not beyond it
+    output.Commit();
+  }
+  EXPECT_EQ(dir.Names(), (std::set<std::string>{"out.wav"}));
+  EXPECT_EQ(zorvrendertest::ReadAudio(dir / "out.wav").channels[0].size(), 8u);
+
+  ASSERT_EQ(mkfifo((dir / "fifo.wav").c_str(), 0644), 0);
+  EXPECT_THROW(OutputFile(dir / "fifo.wav", 1, 48000., 0, 64), RenderError);
 }
 
 TEST(OutputFileTest, Rf64IsKeptWhenAskedFor) {

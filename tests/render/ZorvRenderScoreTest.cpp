@@ -53,15 +53,55 @@ TEST(ScoreTest, ReadsTimesMessagesAndLineNumbersSkippingCommentsAndBlanks) {
 
 TEST(ScoreTest, BadLinesAreNamedByFileAndLine) {
   EXPECT_EQ(errorOf("0 a\nabc source 1\n"),
-            "moves.txt:2: bad time \"abc\": a score line is \"SECONDS MESSAGE...\"");
+            "moves.txt:2: bad time \"abc\": a score line is \"SECONDS MESSAGE...\" or "
+            "\"START..END MESSAGE... FROM -> TO\"");
   EXPECT_EQ(errorOf("1.5s source 1\n"),
-            "moves.txt:1: bad time \"1.5s\": a score line is \"SECONDS MESSAGE...\"");
+            "moves.txt:1: bad time \"1.5s\": a score line is \"SECONDS MESSAGE...\" or "
+            "\"START..END MESSAGE... FROM -> TO\"");
   EXPECT_EQ(errorOf("0 a\n2 b\n# c\n1.5 c\n"), "moves.txt:4: time goes backwards: 1.5 after 2");
   EXPECT_EQ(errorOf("-1 a\n"), "moves.txt:1: negative time -1");
   EXPECT_EQ(errorOf("3.0   # nothing to send\n"), "moves.txt:1: no message after the time 3.0");
   EXPECT_NE(errorOf("nan a\n").find("moves.txt:1: bad time \"nan\""), std::string::npos);
   EXPECT_NE(errorOf("inf a\n").find("moves.txt:1: bad time \"inf\""), std::string::npos);
   EXPECT_NE(errorOf("1e999 a\n").find("moves.txt:1: bad time"), std::string::npos);
+}
+
+TEST(ScoreTest, NumbersAreDecimalAndAByteOrderMarkIsSkipped) {
+  Score const score = parse(
+      "\xEF\xBB\xBF"
+      "0.5 a\n");
+  ASSERT_EQ(score.Entries().size(), 1u);
+  EXPECT_EQ(score.Entries()[0].seconds, 0.5);
+  EXPECT_NE(errorOf("0x10 a\n").find("moves.txt:1: bad time \"0x10\""), std::string::npos);
+  EXPECT_NE(errorOf("0 a\n\xEF\xBB\xBF"
+                    "1 b\n")
+                .find("moves.txt:2: bad time"),
+            std::string::npos);
+}
+
+TEST(ScoreTest, AGlideMovesTheTrailingNumbersBetweenItsTimes) {
+  Score const score = parse("1..3 source 1 aed 0 0 1 -> 90 0.5 1  # a quarter turn\n");
+  ASSERT_EQ(score.Entries().size(), 1u);
+  ScoreEntry const& glide = score.Entries()[0];
+  EXPECT_TRUE(glide.IsGlide());
+  EXPECT_EQ(glide.seconds, 1.);
+  EXPECT_EQ(glide.endSeconds, 3.);
+  EXPECT_EQ(glide.MessageAt(0.), "source 1 aed 0 0 1");
+  EXPECT_EQ(glide.MessageAt(0.5), "source 1 aed 45 0.25 1");
+  EXPECT_EQ(glide.MessageAt(1.), "source 1 aed 90 0.5 1");
+  EXPECT_EQ(glide.MessageAt(2.), "source 1 aed 90 0.5 1");  // never past the end
+  EXPECT_FALSE(parse("1 source 1 aed 0 0 1\n").Entries()[0].IsGlide());
+
+  std::string const usage = "a glide is \"START..END MESSAGE... FROM -> TO\"";
+  for (char const* bad :
+       {"1..2 source 1 aed 0 0 1\n", "1..2 source 1 aed 0 0 1 ->\n",
+        "1..2 source 1 aed 0 0 1 -> 9 x 1\n", "1..2 0 0 -> 1 1\n", "1..2 source 1 -> 1 2 3\n"}) {
+    EXPECT_NE(errorOf(bad).find(usage), std::string::npos) << bad << errorOf(bad);
+  }
+  EXPECT_EQ(errorOf("2..1 a 0 -> 1\n"), "moves.txt:1: the glide 2..1 ends before it starts");
+  EXPECT_NE(errorOf("1..x a 0 -> 1\n").find("bad time \"1..x\""), std::string::npos);
+  // Start times never go backwards, whatever the glides before them span.
+  EXPECT_EQ(errorOf("1..5 a 0 -> 1\n0.5 b\n"), "moves.txt:2: time goes backwards: 0.5 after 1");
 }
 
 TEST(ScoreTest, MissingFileIsNamed) {

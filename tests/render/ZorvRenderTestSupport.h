@@ -2,11 +2,13 @@
 
 #include <dirent.h>
 #include <sndfile.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -54,6 +56,54 @@ class TempDir {
 inline void WriteText(std::string const& path, std::string const& text) {
   std::ofstream(path) << text;
 }
+
+inline std::string ReadText(std::string const& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+// The built binary, run as a user runs it.
+struct Outcome {
+  int code = -1;
+  std::string err;
+};
+
+inline std::string quote(std::string const& word) {
+  std::string quoted = "'";
+  for (char c : word) {
+    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  }
+  return quoted + "'";
+}
+
+// A box the object refuses leaves its half-made instance abandoned, as a host
+// does; a sanitizer build must not count that as the renderer's leak.
+enum class Creation { MustSucceed, MayFail };
+
+#ifdef ZORV_RENDER_BINARY
+// Runs zorv-render with these arguments; its standard error is kept in a
+// file of dir while it runs.
+inline Outcome runRender(TempDir const& dir, std::vector<std::string> const& args,
+                         Creation creation = Creation::MustSucceed) {
+  std::string command = quote(ZORV_RENDER_BINARY);
+  if (creation == Creation::MayFail) {
+    command = "ASAN_OPTIONS=\"$ASAN_OPTIONS:detect_leaks=0\" " + command;
+  }
+  for (auto const& arg : args) {
+    command += " " + quote(arg);
+  }
+  std::string const errPath = dir / "stderr.txt";
+  command += " </dev/null >/dev/null 2>" + quote(errPath);
+  Outcome outcome;
+  int const status = std::system(command.c_str());
+  outcome.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  outcome.err = ReadText(errPath);
+  std::remove(errPath.c_str());
+  return outcome;
+}
+#endif
 
 // channels[c][k]; all channels the same length.
 inline void WriteAudio(std::string const& path, std::vector<std::vector<float>> const& channels,

@@ -26,6 +26,8 @@ struct RenderOptions {
   bool exact = false;
   bool strict = false;
   bool quiet = false;
+  bool verbose = false;   // show what the panners write to the C++ error stream
+  bool preroll = true;    // false: --no-preroll
   bool progress = false;  // draw the bar (standard error is a terminal and not quiet)
 };
 

@@ -14,8 +14,9 @@ int ParseCommandLine(int argc, char const* const* argv, RenderOptions& options, 
       "zorv-render"};
   app.footer(
       "Exit codes: 0 done, 2 command line, 3 the box makes no object, 4 an input, 5 the score,\n"
-      "6 the output, 7 an object error with --strict, 130 interrupted. On any failure nothing\n"
-      "is left under the output's name.\n\n"
+      "6 the output, 7 an object error with --strict, 130 interrupted (INT, TERM, HUP, QUIT,\n"
+      "PIPE). On any failure nothing is written under the output's name: an older file there\n"
+      "stays as it was, and no partial file is left.\n\n"
       "Example:\n"
       "  zorv-render -i voice.wav -s moves.txt -o out.wav \"@numinputs 1 @numoutputs 8 @type "
       "vbap2d\"");
@@ -42,7 +43,11 @@ int ParseCommandLine(int argc, char const* const* argv, RenderOptions& options, 
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   app.add_option("-s,--score", options.score,
                  "Timed messages, one per line: \"SECONDS MESSAGE...\"; '#' starts a comment; "
-                 "times never decrease")
+                 "times never decrease. A glide, \"START..END MESSAGE... FROM -> TO\", sends the "
+                 "message with numbers moving linearly from FROM to TO between the two times, "
+                 "once per block (per sample with --exact), e.g. "
+                 "\"1..3 source 1 aed 0 0 1 -> 90 0 1\". The score is read as the render goes: "
+                 "it may be a pipe (-s /dev/stdin)")
       ->type_name("FILE");
   app.add_option("-r,--samplerate", options.samplerate,
                  "Default: the inputs' rate (they must agree), else 48000")
@@ -71,7 +76,14 @@ int ParseCommandLine(int argc, char const* const* argv, RenderOptions& options, 
                "Send each timed message at its exact sample, splitting the block there");
   app.add_flag("--strict", options.strict,
                "An error on the object's console ends the render with nothing written");
+  bool noPreroll = false;
+  app.add_flag("--no-preroll", noPreroll,
+               "Write the object's start as it is: its gains fade in from silence over two "
+               "interpolation periods (by default the messages of time 0 are sent and the "
+               "object settles on silence before the first written sample)");
   app.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
+  app.add_flag("-v,--verbose", options.verbose,
+               "Also show what the panners trace to the C++ error stream");
 
   try {
     app.parse(argc, argv);
@@ -79,6 +91,7 @@ int ParseCommandLine(int argc, char const* const* argv, RenderOptions& options, 
     int const code = app.exit(error, out, err);
     return code == 0 ? ExitSuccess : ExitUsage;
   }
+  options.preroll = !noPreroll;
   options.boxText.clear();
   for (auto const& word : boxWords) {
     if (!options.boxText.empty()) {

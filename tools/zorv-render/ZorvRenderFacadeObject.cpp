@@ -1,5 +1,8 @@
 #include "ZorvRenderFacadeObject.h"
 
+#include <cstdlib>
+#include <vector>
+
 #include "ZorvHost.h"
 
 namespace zorvrender {
@@ -35,6 +38,16 @@ class FacadeObject final : public RenderObject {
   void ProcessBlock(float const* const* inputs, float* const* outputs,
                     unsigned int numSamples) override {
     object->ProcessBlock(inputs, outputs, numSamples);
+  }
+  long long SettleFrames(double samplerate) const override {
+    std::vector<std::string> const value = object->GetAttribute("interpolationtime");
+    float const milliseconds = value.empty() ? 0.f : std::strtof(value[0].c_str(), nullptr);
+    // The period in samples as the panners count it, in float.
+    float const period = (0.001f * static_cast<float>(samplerate)) * milliseconds;
+    if (!(period >= 1.f) || period > 1.0e9f) {
+      return 0;
+    }
+    return 2 * static_cast<long long>(period);
   }
 
  private:

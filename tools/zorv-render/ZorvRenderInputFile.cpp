@@ -1,6 +1,7 @@
 #include "ZorvRenderInputFile.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "ZorvRenderError.h"
 
@@ -19,6 +20,23 @@ InputFile::InputFile(std::string const& path, unsigned int maxBlockSize)
     throw RenderError(ExitBadInput, path + ": malformed input: no channels or no sample rate");
   }
   interleaved.assign(static_cast<size_t>(info.channels) * this->maxBlockSize, 0.f);
+
+  // The library reads what is there and notes in its log a data chunk that
+  // claims more ("data : 19200 (should be 9942)"): a file cut short in a copy
+  // or a render that was killed.
+  std::vector<char> log(16384, '\0');
+  sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()) - 1);
+  std::istringstream lines(log.data());
+  for (std::string line; std::getline(lines, line);) {
+    bool const dataChunk = line.rfind("data", 0) == 0 || line.rfind("SSND", 0) == 0;
+    if (dataChunk && line.find("(should be") != std::string::npos) {
+      warning = path +
+                ": the header promises more audio than the file holds (cut short?): "
+                "reading the " +
+                std::to_string(info.frames) + " frames that are there";
+      break;
+    }
+  }
 }
 
 InputFile::~InputFile() {

@@ -26,12 +26,17 @@ class InputFile final : public Source {
   long long NumFrames() const override { return static_cast<long long>(info.frames); }
   unsigned int Read(float* const* channels, unsigned int numFrames) override;
 
+  // What is odd about the file but does not stop the render ("" when
+  // nothing): a header that promises more audio than the file holds.
+  std::string const& Warning() const { return warning; }
+
  private:
   std::string path;
   SF_INFO info{};
   SNDFILE* file = nullptr;
   unsigned int maxBlockSize;
   std::vector<float> interleaved;
+  std::string warning;
 };
 
 }  // namespace zorvrender

@@ -25,6 +25,13 @@ class RenderObject {
   // numSamples is 1 to the block size given to StartDsp.
   virtual void ProcessBlock(float const* const* inputs, float* const* outputs,
                             unsigned int numSamples) = 0;
+  // Frames the object needs, from the start of its DSP, before a change sent
+  // at that start is heard in full: its gains stand still for one
+  // interpolation period and ramp over the next.
+  virtual long long SettleFrames(double samplerate) const {
+    (void)samplerate;
+    return 0;
+  }
 };
 
 // Makes an object from box text, or returns null when the box makes none (the

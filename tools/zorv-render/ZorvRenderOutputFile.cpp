@@ -1,10 +1,13 @@
 #include "ZorvRenderOutputFile.h"
 
+#include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,7 +42,33 @@ std::string baseNameOf(std::string const& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+std::string const knownTypes = ".wav .aif .aiff .flac .w64 .caf or .rf64";
+
+bool exists(std::string const& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
 }  // namespace
+
+std::string ResolveOutputPath(std::string const& path) {
+  std::string resolved = path;
+  // A chain of links, but not a loop.
+  for (int hop = 0; hop < 40; ++hop) {
+    struct stat status {};
+    if (lstat(resolved.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) {
+      return resolved;
+    }
+    std::vector<char> target(PATH_MAX + 1, '\0');
+    ssize_t const length = readlink(resolved.c_str(), target.data(), PATH_MAX);
+    if (length <= 0) {
+      return resolved;
+    }
+    std::string const next(target.data(), static_cast<size_t>(length));
+    resolved = next[0] == '/' ? next : folderOf(resolved) + "/" + next;
+  }
+  return resolved;
+}
 
 int OutputFormatFor(std::string const& path, int bits, unsigned int numChannels,
                     double samplerate) {
@@ -55,9 +84,14 @@ int OutputFormatFor(std::string const& path, int bits, unsigned int numChannels,
     container = SF_FORMAT_W64;
   } else if (extension == "caf") {
     container = SF_FORMAT_CAF;
+  } else if (extension.empty()) {
+    throw RenderError(ExitBadOutput, path +
+                                         ": no extension to tell the output's type: end the "
+                                         "name in " +
+                                         knownTypes);
   } else {
-    throw RenderError(ExitBadOutput, path + ": unknown output type \"." + extension +
-                                         "\": use .wav .aif .aiff .flac .w64 .caf or .rf64");
+    throw RenderError(ExitBadOutput,
+                      path + ": unknown output type \"." + extension + "\": use " + knownTypes);
   }
   int sample = SF_FORMAT_FLOAT;
   if (bits == 16) {
@@ -116,34 +150,75 @@ std::string DescribeOutputFormat(int format) {
 
 OutputFile::OutputFile(std::string const& path, unsigned int numChannels, double samplerate,
                        int bits, unsigned int maxBlockSize)
-    : path(path), numChannels(numChannels), maxBlockSize(std::max(1u, maxBlockSize)) {
+    : path(path),
+      targetPath(ResolveOutputPath(path)),
+      numChannels(numChannels),
+      maxBlockSize(std::max(1u, maxBlockSize)) {
   format = OutputFormatFor(path, bits, numChannels, samplerate);
 
-  // The temporary file lives next to the output, so that the final rename
-  // stays within one file system and replaces the name in one step.
-  std::string pattern = folderOf(path) + "/." + baseNameOf(path) + ".XXXXXX";
-  std::vector<char> name(pattern.begin(), pattern.end());
-  name.push_back('\0');
-  int const fd = mkstemp(name.data());
-  if (fd < 0) {
-    throw RenderError(ExitBadOutput, path + ": cannot write the output: " + std::strerror(errno));
+  struct stat status {};
+  if (stat(targetPath.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) {
+      throw RenderError(ExitBadOutput, path + ": is a folder, not a file to write");
+    }
+    // A device or a pipe would be replaced by a plain file, not written to.
+    if (!S_ISREG(status.st_mode)) {
+      throw RenderError(ExitBadOutput, path +
+                                           ": is not a plain file (a device or a pipe?): "
+                                           "not replaced");
+    }
+    // A file nobody may write is protected on purpose, even from root.
+    bool const protectedFile = (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+    if (protectedFile || access(targetPath.c_str(), W_OK) != 0) {
+      throw RenderError(ExitBadOutput,
+                        path +
+                            ": exists and is write-protected: not replaced (remove it, or "
+                            "choose another name)");
+    }
   }
-  temporaryPath = name.data();
-  // mkstemp makes the file private; the output gets the permissions any new
-  // file of this user would have.
-  mode_t const mask = umask(0);
-  umask(mask);
-  fchmod(fd, 0666 & ~mask);
+
+  // The file is made in the output's folder, so that naming it at the end
+  // stays within one file system and replaces the old file in one step. An
+  // unnamed file is linked in by its descriptor, which needs /proc.
+  std::string const folder = folderOf(targetPath);
+  if (access("/proc/self/fd", X_OK) == 0) {
+    fd = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
+    unnamed = fd >= 0;
+  }
+  if (fd < 0) {
+    // The file system has no unnamed files: a hidden name beside the output,
+    // short enough even for a name at the length limit.
+    std::string base = "." + baseNameOf(targetPath) + ".XXXXXX";
+    if (base.size() > NAME_MAX) {
+      base = ".zorv-render.XXXXXX";
+    }
+    std::string const pattern = folder + "/" + base;
+    std::vector<char> name(pattern.begin(), pattern.end());
+    name.push_back('\0');
+    fd = mkostemp(name.data(), O_CLOEXEC);
+    if (fd < 0) {
+      throw RenderError(ExitBadOutput, path + ": cannot write the output: " + std::strerror(errno));
+    }
+    temporaryPath = name.data();
+    // mkstemp makes the file private; the output gets the permissions any
+    // new file of this user would have.
+    mode_t const mask = umask(0);
+    umask(mask);
+    if (fchmod(fd, 0666 & ~mask) != 0) {
+      // The file stays private: nothing lost.
+    }
+  }
 
   SF_INFO info{};
   info.channels = static_cast<int>(numChannels);
   info.samplerate = static_cast<int>(samplerate);
   info.format = format;
-  file = sf_open_fd(fd, SFM_WRITE, &info, SF_TRUE);
+  // The descriptor stays open after the sound file is closed: the unnamed
+  // file is named through it.
+  file = sf_open_fd(fd, SFM_WRITE, &info, SF_FALSE);
   if (file == nullptr) {
     std::string const reason = sf_strerror(nullptr);
-    close(fd);
-    std::remove(temporaryPath.c_str());
+    discard();
     throw RenderError(ExitBadOutput, path + ": cannot write the output: " + reason);
   }
   if (extensionOf(path) == "wav") {
@@ -166,22 +241,40 @@ void OutputFile::discard() {
     sf_close(file);
     file = nullptr;
   }
+  if (fd >= 0) {
+    close(fd);
+    fd = -1;
+  }
   if (!temporaryPath.empty()) {
     std::remove(temporaryPath.c_str());
     temporaryPath.clear();
   }
 }
 
+bool OutputFile::IsInteger() const {
+  int const sample = format & SF_FORMAT_SUBMASK;
+  return sample == SF_FORMAT_PCM_16 || sample == SF_FORMAT_PCM_24;
+}
+
 void OutputFile::Write(float const* const* channels, unsigned int numFrames) {
   unsigned int done = 0;
   while (done < numFrames) {
     unsigned int const n = std::min(numFrames - done, maxBlockSize);
+    float blockPeak = peak;
+    unsigned long long over = 0;
     for (unsigned int c = 0; c < numChannels; ++c) {
       float const* in = channels[c] + done;
       float* out = interleaved.data() + c;
       for (unsigned int k = 0; k < n; ++k) {
+        float const magnitude = std::fabs(in[k]);
+        blockPeak = std::max(blockPeak, magnitude);
+        over += magnitude > 1.f ? 1 : 0;
         out[static_cast<size_t>(k) * numChannels] = in[k];
       }
+    }
+    peak = blockPeak;
+    if (IsInteger()) {
+      clipped += over;
     }
     if (sf_writef_float(file, interleaved.data(), n) != static_cast<sf_count_t>(n)) {
       throw RenderError(ExitBadOutput, path + ": write error: " + std::string(sf_strerror(file)));
@@ -205,11 +298,45 @@ void OutputFile::Commit() {
     discard();
     throw RenderError(ExitBadOutput, path + ": cannot finish the output: " + reason);
   }
-  if (std::rename(temporaryPath.c_str(), path.c_str()) != 0) {
+  auto fail = [this](std::string const& what) {
     std::string const reason = std::strerror(errno);
     discard();
-    throw RenderError(ExitBadOutput, path + ": cannot put the output in place: " + reason);
+    throw RenderError(ExitBadOutput, path + ": " + what + ": " + reason);
+  };
+  if (unnamed) {
+    std::string const self = "/proc/self/fd/" + std::to_string(fd);
+    if (!exists(targetPath)) {
+      if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, targetPath.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        close(fd);
+        fd = -1;
+        committed = true;
+        return;
+      }
+      if (errno != EEXIST) {
+        fail("cannot put the output in place");
+      }
+    }
+    // The name is taken: link under a hidden name, then replace in one step.
+    std::string const folder = folderOf(targetPath);
+    for (int attempt = 0;; ++attempt) {
+      char suffix[32];
+      std::snprintf(suffix, sizeof(suffix), "/.zorv-render.%d.%d", static_cast<int>(getpid()),
+                    attempt);
+      std::string const name = folder + suffix;
+      if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        temporaryPath = name;
+        break;
+      }
+      if (errno != EEXIST || attempt > 100) {
+        fail("cannot put the output in place");
+      }
+    }
   }
+  if (std::rename(temporaryPath.c_str(), targetPath.c_str()) != 0) {
+    fail("cannot put the output in place");
+  }
+  close(fd);
+  fd = -1;
   temporaryPath.clear();
   committed = true;
 }

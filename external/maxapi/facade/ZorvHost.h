@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,16 @@ using ConsoleSink = std::function<void(Severity, std::string const&)>;
 // Lines posted by objects that were made without a sink, oldest first, since
 // the last call. The process-wide console, as the host's window.
 std::vector<ConsoleLine> TakeConsole();
+
+// The process's C++ error stream. Some panners trace their settings there, as
+// their classes do in the host they were written for, whose error stream is
+// not the user's console. Front ends hide it unless the user asks for it:
+// HideCppErrorStream sends std::cerr nowhere and returns the buffer it wrote
+// to before (the process's standard error, which the front end may keep for
+// its own lines); ShowCppErrorStream undoes it. Call from the main thread
+// before objects are made.
+std::streambuf* HideCppErrorStream();
+void ShowCppErrorStream();
 
 class PanObject {
  public:
