@@ -93,9 +93,7 @@ TEST_P(FadeLaws, OutputIsTheLawsMixAndEndsOnTheNewFilterAlone) {
     for (int s = 0; s < 3; ++s) plain[s].Process(refs[s].data(), in, block);
     bool const warmUpBlock = (stateBefore <= 1 && (faded.GetState() == 2 || faded.GetState() == 4));
     for (unsigned long i = 0; i < block; ++i) {
-      if (next < 0 || warmUpBlock || fadeSample < 0) {
-        if (next >= 0 && !warmUpBlock && fadeSample < 0) fadeSample = 0;  // fade starts here
-      }
+      if (next >= 0 && !warmUpBlock && fadeSample < 0) fadeSample = 0;  // the fade starts here
       if (next >= 0 && fadeSample >= 0) {
         double const w = static_cast<double>(fadeSample) / (N - 1);
         double gOut, gIn;
