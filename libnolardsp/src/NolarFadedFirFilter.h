@@ -14,7 +14,9 @@ class FadedFirFilter : public FadedFilters<Fir> {
   // Sizes both filters and the pending set (order + 1 taps). Set-up path.
   void SetOrder(unsigned int order);
   unsigned int GetOrder() const { return filterOne.GetOrder(); }
-  // Both filters; safe while blocks run (see Fir).
+  // Both filters; safe while blocks run (see Fir). Each filter takes up its new
+  // convolution at its own next block, so a warm-up that starts in between
+  // begins without the outgoing filter's history.
   void SetImplementationMethod(Filter::FIRImplementation m);
   Filter::FIRImplementation GetImplementationMethod() const {
     return filterOne.GetImplementationMethod();
