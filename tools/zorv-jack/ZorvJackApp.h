@@ -30,6 +30,7 @@ struct JackOptions {
   std::string score;
   int oscPort = 7000;  // 0: no OSC
   bool quiet = false;
+  bool verbose = false;
 };
 
 // The host's exit codes; those it shares with the offline renderer have the

@@ -51,6 +51,8 @@ int ParseCommandLine(int argc, char const* const* argv, JackOptions& options, st
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
   app.add_flag("-q,--quiet", options.quiet, "No start and end lines (errors are still shown)");
+  app.add_flag("-v,--verbose", options.verbose,
+               "Also show what the panners trace on the C++ error stream");
 
   try {
     app.parse(argc, argv);

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <iostream>
 
+#include "ZorvHost.h"
 #include "ZorvJackApp.h"
 #include "ZorvJackCommandLine.h"
 
@@ -35,7 +36,13 @@ int main(int argc, char** argv) {
   int const code = zorvjack::ParseCommandLine(argc, argv, options, std::cout, std::cerr);
   if (code >= 0) return code;
 
-  zorvjack::JackApp app(options, std::cerr);
+  // The host's console goes to standard error; what the panners trace to
+  // std::cerr only with --verbose.
+  std::streambuf* const standardError =
+      options.verbose ? std::cerr.rdbuf() : zorvhost::HideCppErrorStream();
+  std::ostream console(standardError);
+
+  zorvjack::JackApp app(options, console);
   running = &app;
   handle(SIGINT, onStop);
   handle(SIGTERM, onStop);
