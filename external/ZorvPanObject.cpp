@@ -207,12 +207,19 @@ void zorv_pan_update_speakerspositions(zorv_pan_signal_t* x) {
 // there, so say so rather than leave the user with no sound. Said when sound
 // is expected (DSP starts, a source is placed), not while a layout is being
 // built: a box starts on the default flat ring before its layout arrives.
-void zorv_pan_warn_if_silent_layout(zorv_pan_signal_t* x) {
-  if (x->panner != nullptr && zorv_pan_families::HasNoSpeakerTriplet(x->panner)) {
-    object_warn(&x->ob.ob.z_ob,
-                "the speakers form no triplet around the listener: sources stay silent until "
-                "the layout spans three dimensions");
+// Said at every DSP start, but once only for a run of source placements (a
+// glide sends hundreds) until the layout surrounds the listener again.
+void zorv_pan_warn_if_silent_layout(zorv_pan_signal_t* x, bool always) {
+  if (x->panner == nullptr) return;
+  if (!zorv_pan_families::HasNoSpeakerTriplet(x->panner)) {
+    x->silentLayoutWarned = 0;
+    return;
   }
+  if (x->silentLayoutWarned != 0 && !always) return;
+  x->silentLayoutWarned = 1;
+  object_warn(&x->ob.ob.z_ob,
+              "the speakers form no triplet around the listener: sources stay silent until "
+              "the layout spans three dimensions");
 }
 
 void zorv_pan_dsp(zorv_pan_signal_t* x, t_signal** sp, short* count) {
@@ -225,7 +232,7 @@ void zorv_pan_dsp(zorv_pan_signal_t* x, t_signal** sp, short* count) {
     x->inputs[i] = sp[i]->s_vec;
   }
   for (long j = 0; j < x->numoutputs; ++j) x->outputs[j] = sp[x->numinputs + j]->s_vec;
-  zorv_pan_warn_if_silent_layout(x);
+  zorv_pan_warn_if_silent_layout(x, true);
   dsp_add(zorv_pan_perform, 2, x, n);
 }
 

@@ -71,6 +71,10 @@ struct zorv_pan_signal_t {
   long nfchighpass;
   float speakersradius;
   float cutoff;
+
+  // 1 once a source placed on a layout without a triplet was warned about; 0
+  // again as soon as the layout surrounds the listener.
+  char silentLayoutWarned;
 };
 
 extern t_class* zorv_pan_class;
@@ -95,7 +99,7 @@ t_max_err zorv_pan_set_attr(zorv_pan_signal_t* x, t_object* attr, long argc, t_a
 void zorv_pan_update_sourcespositions(zorv_pan_signal_t* x, long index);
 // Warns when the panner is vector-based and its speakers form no triplet, so
 // that every source is silent.
-void zorv_pan_warn_if_silent_layout(zorv_pan_signal_t* x);
+void zorv_pan_warn_if_silent_layout(zorv_pan_signal_t* x, bool always = false);
 void zorv_pan_update_speakerspositions(zorv_pan_signal_t* x);
 void zorv_pan_initialize_speakers_positions(zorv_pan_signal_t* x);
 // Adds the attributes of the instance's panning type.

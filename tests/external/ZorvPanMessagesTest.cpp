@@ -454,6 +454,9 @@ TEST(PanMessages, VectorBasedPannersWarnWhenASilentLayoutWouldBeHeard) {
     // Placing a source, or starting DSP, on the flat ring: told.
     box.object->SendMessage("source 1 aed 30 0 2");
     EXPECT_TRUE(contains(box.Take(), line)) << type;
+    // A glide places the source again and again: told once, not each time.
+    box.object->SendMessage("source 1 aed 35 0 2");
+    EXPECT_FALSE(contains(box.Take(), line)) << type;
     box.Start();
     EXPECT_TRUE(contains(box.Take(), line)) << type;
     // An octahedron surrounds the listener: silence on the console.
