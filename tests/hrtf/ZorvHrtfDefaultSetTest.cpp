@@ -68,6 +68,24 @@ TEST(HrtfDefaultSet, KemarAndAnyOtherNameMeanTheBuiltInSet) {
   }
 }
 
+// At 48000 Hz the set comes from its own table, on the same grid; every other
+// rate gets the 44100 one. The header says which.
+TEST(HrtfDefaultSet, FortyEightKilohertzHasItsOwnTable) {
+  Hrtf const at44("", 44100);
+  Hrtf const at48("", 48000);
+  Hrtf const at96("kemar", 96000);
+  EXPECT_EQ(at48.GetHrtfHeaderInfos()->sampleRate, 48000u);
+  EXPECT_EQ(at96.GetHrtfHeaderInfos()->sampleRate, 44100u);
+  EXPECT_EQ(at96.GetPoints()[100].coefficients, at44.GetPoints()[100].coefficients);
+  ASSERT_EQ(at48.GetNumPoints(), 710u);
+  EXPECT_NE(at48.GetPoints()[100].coefficients, at44.GetPoints()[100].coefficients);
+  for (std::size_t k = 0; k < 710; ++k) {
+    EXPECT_EQ(at48.GetPoints()[k].position.x, at44.GetPoints()[k].position.x);
+    // The delays are estimated from the same measurements at either rate.
+    EXPECT_NEAR(at48.GetPoints()[k].itd, at44.GetPoints()[k].itd, 0.02f) << k;
+  }
+}
+
 // The right ear of point j is the left ear of its mirror, bit for bit, and
 // the ITD of a point is minus its mirror's; a source on the left leads at the
 // left ear.
