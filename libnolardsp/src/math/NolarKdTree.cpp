@@ -203,12 +203,13 @@ float KdTree<DIM>::distanceSquared(Point const& a, Point const& b) const {
 
 template <int DIM>
 int32_t KdTree<DIM>::locate(Point const& query, int& depth) const {
+  // Through the compact records: the split of a box is its first daughter's
+  // upper bound in the box's dimension (depth mod DIM).
   int32_t nb = 0;
   depth = 0;
-  while (boxes[nb].dau1 != 0) {
-    int const d = depth % DIM;
-    int32_t const d1 = boxes[nb].dau1;
-    nb = query.x[d] <= boxes[d1].hi.x[d] ? d1 : boxes[nb].dau2;
+  while (bounds[nb].dau1 != 0) {
+    Bounds const& box = bounds[nb];
+    nb = query.x[box.dim] <= box.split ? box.dau1 : box.dau1 + 1;
     ++depth;
   }
   return nb;
@@ -221,7 +222,7 @@ int32_t KdTree<DIM>::GetNearestPointIndex(Point const& query) const {
 
   int depth = 0;  // not needed below: each record knows its split
   int32_t const located = locate(query, depth);
-  BoxNode const& leaf = boxes[located];
+  Bounds const& leaf = bounds[located];
 
   // The best point so far: its distance as the classic walk computes it (the
   // square root of the float sum), its place in ptindx and the first place of
@@ -245,6 +246,9 @@ int32_t KdTree<DIM>::GetNearestPointIndex(Point const& query) const {
       bestPlace = i;
     }
   }
+  // Boxes further than this are pruned: a margin over the best squared
+  // distance covers the rounding of the square root, so that ties are met.
+  float limit = bestSquared * (1.f + 1.f / 1048576.f) + 1e-44f;
   auto scanLeaf = [&](Bounds const& box) {
     for (int32_t i = box.ptlo; i <= box.pthi; ++i) {
       float const dd = distanceSquared(placed[i], query);
@@ -258,6 +262,7 @@ int32_t KdTree<DIM>::GetNearestPointIndex(Point const& query) const {
         bestSquared = std::min(bestSquared, dd);
         bestPlace = i;
         bestLeafStart = box.ptlo;
+        limit = bestSquared * (1.f + 1.f / 1048576.f) + 1e-44f;
       }
     }
   };
@@ -266,7 +271,8 @@ int32_t KdTree<DIM>::GetNearestPointIndex(Point const& query) const {
   // the leaf of the same direction on the sphere holds a close first candidate.
   int32_t guess = located;
   float const r = std::sqrt(distanceSquared(query, Point()));
-  if (meanRadius > 0.f && r > 0.f && std::isfinite(r)) {
+  if (meanRadius > 0.f && r > 0.f && std::isfinite(r) &&
+      !(r > 0.9f * meanRadius && r < 1.1f * meanRadius)) {
     Point onSphere;
     for (int d = 0; d < DIM; ++d) onSphere.x[d] = query.x[d] * (meanRadius / r);
     int guessDepth = 0;
@@ -275,9 +281,7 @@ int32_t KdTree<DIM>::GetNearestPointIndex(Point const& query) const {
   }
 
   // Then the rest of the tree, from the located leaf up: at each box on the
-  // way, its other daughter, depth first, the nearer granddaughter first. A
-  // box is pruned only when it is surely further than the best: a margin
-  // covers the rounding of the square root, so that ties are still met.
+  // way, its other daughter, depth first, the nearer granddaughter first.
   int32_t task[kStackSize + 1];
   for (int32_t node = located; node != 0;) {
     int32_t const mom = bounds[node].mom;
@@ -287,7 +291,6 @@ int32_t KdTree<DIM>::GetNearestPointIndex(Point const& query) const {
     while (ntask > 0) {
       int32_t const b = task[ntask--];
       Bounds const& box = bounds[b];
-      float const limit = bestSquared * (1.f + 1.f / 1048576.f) + 1e-44f;
       if (!(boundsDistanceSquared(box, query) <= limit)) continue;
       if (box.dau1 != 0) {
         if (ntask + 2 > kStackSize) continue;  // unreachable for a balanced tree

@@ -125,7 +125,8 @@ TEST(KdTree, GivesThePointOfTheClassicWalkTiesIncluded) {
 
 // Random sets of 1 to 2000 points, some on the unit sphere, with duplicates
 // and the origin mixed in: the tree's answer is always at the brute-force
-// minimal distance (up to the float rounding of its own distances).
+// minimal distance (up to the float rounding of its own distances), and it is
+// the classic walk's point.
 TEST(KdTree, FindsTheMinimalDistanceOnRandomSets) {
   std::mt19937 rng(12345);
   std::uniform_real_distribution<float> coord(-2.f, 2.f);
@@ -155,6 +156,7 @@ TEST(KdTree, FindsTheMinimalDistanceOnRandomSets) {
       ASSERT_LT(i, n);
       double const expect = bruteForceDistance(points, q);
       ASSERT_NEAR(distance(points[i], q), expect, 1e-6 * (1.0 + expect)) << "n " << n;
+      ASSERT_EQ(i, classicWalk(tree, points, q)) << "n " << n;
     }
     // A query exactly on a stored point finds a point at distance 0.
     for (int k = 0; k < n; k += 1 + n / 50) {
