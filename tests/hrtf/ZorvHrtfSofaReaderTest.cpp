@@ -24,11 +24,9 @@ struct SofaFree {
   void operator()(MYSOFA_HRTF* h) const { mysofa_free(h); }
 };
 
-std::unique_ptr<MYSOFA_HRTF, SofaFree> loadRaw(float rate = 0.f) {
+std::unique_ptr<MYSOFA_HRTF, SofaFree> loadRaw() {
   int err = 0;
-  std::unique_ptr<MYSOFA_HRTF, SofaFree> h(mysofa_load(kKemarSofa, &err));
-  if (h && rate > 0.f) mysofa_resample(h.get(), rate);
-  return h;
+  return std::unique_ptr<MYSOFA_HRTF, SofaFree>(mysofa_load(kKemarSofa, &err));
 }
 
 std::string loadError(Hrtf& hrtf, std::string const& path) {
@@ -85,19 +83,17 @@ TEST_F(HrtfSofa, KemarLoadsAsAnFirSetAndSurvivesTheRoundTripThroughAHrtfFile) {
 }
 
 // At another rate libmysofa resamples on open: 512 taps at 44100 Hz become
-// 558 at 48000, the same taps as libmysofa's own resampling.
+// 558 at 48000, and the ITDs are estimated at the new rate.
 TEST_F(HrtfSofa, ResamplesToTheRunningRate) {
-  auto const raw = loadRaw(48000.f);
-  ASSERT_EQ(raw->N, 558u);
   Hrtf const sofa(kKemarSofa, 48000);
   auto const* h = sofa.GetHrtfHeaderInfos();
   EXPECT_EQ(h->sampleRate, 48000u);
-  ASSERT_EQ(h->numCoefficients, 558u);
-  EXPECT_EQ(std::memcmp(sofa.GetPoints()[278].coefficients.data(),
-                        raw->DataIR.values + 278 * 2 * 558, 2 * 558 * sizeof(float)),
-            0);
+  EXPECT_EQ(h->numCoefficients, 558u);
+  Hrtf const builtIn("", 48000);
+  for (std::size_t k : {0u, 278u, 300u, 314u, 709u}) {
+    EXPECT_NEAR(sofa.GetPoints()[k].itd, builtIn.GetPoints()[k].itd, 0.002f) << k;
+  }
   EXPECT_LT(sofa.GetPoints()[278].itd, -0.65f);  // 90 degrees left
-  EXPECT_GT(sofa.GetPoints()[314].itd, 0.65f);
 }
 
 TEST_F(HrtfSofa, UnreadableOrNonConformingFilesAreRefused) {
