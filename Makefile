@@ -8,7 +8,7 @@ CTEST_ARGS ?=
 
 FORMAT_FILES = $(shell git ls-files '*.h' '*.hpp' '*.cpp' '*.cc' 2>/dev/null)
 
-.PHONY: all build deps configure test test-asan bench demo format format-check clean pd
+.PHONY: all build deps configure test test-asan bench fuzz demo format format-check clean pd
 
 all: build
 
@@ -37,6 +37,13 @@ test-asan: deps
 bench: deps configure
 	cmake --build $(BUILD) -j $(JOBS) --target zorv_bench
 	$(BUILD)/bench/zorv_bench $(BENCH_ARGS)
+
+# The long fuzz run of the file readers (SDIF, WAV, AIFF): FUZZ_MUTATIONS
+# seeded mutations per format instead of the few thousand of `make test`.
+FUZZ_MUTATIONS ?= 100000
+fuzz: deps configure
+	cmake --build $(BUILD) -j $(JOBS) --target test_nolardsp
+	ZORV_FUZZ_MUTATIONS=$(FUZZ_MUTATIONS) $(BUILD)/tests/test_nolardsp --gtest_filter='*Fuzz*'
 
 DEMO_RENDER = $(BUILD)/tools/zorv-render/zorv-render
 DEMO_FILE   = demo/zorv-demo-ring8.wav

@@ -3,7 +3,11 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
+#include "NolarAudioFileReader.h"
+#include "NolarAudioFileWriter.h"
+#include "NolarException.h"
 #include "NolarMatrix.h"
 #include "NolarVectorOperations.h"
 
@@ -254,6 +258,33 @@ void AudioBuffer::CopyFrom(Matrix<float> const& matrix) {
 
 int AudioBuffer::SaveAsMatFile(char const*) {
   return 0;
+}
+
+void AudioBuffer::SaveAsAudioFile(char const* path, double samplerate, int bitsPerSample,
+                                  bool floatingPoint) {
+  std::unique_ptr<AudioFileWriter> writer;
+  try {
+    writer.reset(AudioFileWriter::CreateWriterFor(path, samplerate, numChannels, bitsPerSample,
+                                                  floatingPoint));
+  } catch (Exception const& e) {
+    throw Exception(e);
+  }
+  if (!writer) return;
+  bool const written = writer->WriteSamples(*this, 0, numSamples);
+  if (!writer->Close() || !written) NOLAR_THROW("Couldnt write file : " + std::string(path));
+}
+
+void AudioBuffer::LoadFromAudioFile(char const* path) {
+  std::unique_ptr<AudioFileReader> reader(AudioFileReader::CreateReaderFor(path));
+  unsigned int const channels =
+      reader && reader->IsUsable() ? static_cast<unsigned int>(reader->GetNumChannels()) : 0;
+  // Frames are counted in unsigned int by the reading interface.
+  unsigned long const length = channels > 0 && reader->GetLengthInSamples() <= 0xFFFFFFFFu
+                                   ? reader->GetLengthInSamples()
+                                   : 0;
+  Resize(channels, length);
+  if (channels > 0 && length > 0)
+    reader->ReadSamples(*this, 0, static_cast<unsigned int>(length), 0);
 }
 
 void AudioBuffer::Print(std::ostream& stream, unsigned int precision) const {

@@ -103,6 +103,16 @@ class AudioBuffer {
   virtual void CopyFrom(Matrix<float> const& matrix);
   // Writes nothing; always 0.
   virtual int SaveAsMatFile(char const* path);
+  // Every channel and sample into a WAV or AIFF file chosen by the extension
+  // (32 bits: float WAV). The last argument is handed to the writer as its
+  // permission to replace an existing file. Raises Exception when the file
+  // cannot be made or written; does nothing for a path of another extension.
+  virtual void SaveAsAudioFile(char const* path, double samplerate, int bitsPerSample,
+                               bool floatingPoint);
+  // The buffer becomes the file's channels and length, and holds its samples.
+  // A file that cannot be read or used leaves the buffer empty (no channels,
+  // no samples); this never raises for a bad file.
+  virtual void LoadFromAudioFile(char const* path);
   // The buffer as a matrix (channels as rows) in the matrix's text forms,
   // with an empty title. Allocate: for set-up and debugging.
   virtual void Print(std::ostream& stream, unsigned int precision) const;

@@ -25,4 +25,10 @@ class AllocationCounter {
   std::size_t start;
 };
 
+// The largest single allocation (operator new and its kin) since the last
+// ResetLargestAllocation(): the fuzz tests bound what a malformed file may
+// make a loader ask for.
+void ResetLargestAllocation();
+std::size_t LargestAllocation();
+
 }  // namespace zorvtest

@@ -19,7 +19,10 @@ inline std::string TempPath(std::string const& name) {
   return base + "/zorvtest-" + std::to_string(static_cast<long>(getpid())) + "-" + name;
 }
 
+// Replaces the file. Removed first: on ext4, truncating a file and writing it
+// again makes the close wait for the disk, some milliseconds each time.
 inline bool WriteFileBytes(std::string const& path, std::vector<unsigned char> const& bytes) {
+  std::remove(path.c_str());
   std::FILE* f = std::fopen(path.c_str(), "wb");
   if (f == nullptr) return false;
   bool const ok = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();

@@ -140,6 +140,30 @@ SdifMatrixTypeT const* findMatrixType(SdifFileT* f, SdifSignature s) {
   return nullptr;
 }
 
+// Negative counts are refused, then data (with padding) beyond the bytes
+// left, then either count beyond the bytes left: a matrix of no columns and
+// 2^31 rows holds no data, yet a reader would spend 2^31 row reads on it.
+// Rows and columns are below 2^31 and a value at most 255 bytes, so the
+// product fits in 64 bits.
+void checkMatrixCounts(SdifFileT* f, SdifSignature s, std::int32_t rows, std::int32_t columns,
+                       std::uint32_t dataType) {
+  if (rows < 0 || columns < 0) {
+    fatal(f, eBadSize,
+          format("Bad size : matrix '%s' of %d rows and %d columns at %" PRIu64 "\n", sigText(s),
+                 rows, columns, f->position));
+  }
+  std::size_t const valueSize = SdifDataTypeKnown(dataType) ? SdifSizeofDataType(dataType) : 4;
+  std::uint64_t const data =
+      static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(columns) * valueSize;
+  require(f, data + SdifPaddingCalculate(static_cast<std::size_t>(data % 8)), "matrix data");
+  if (static_cast<std::uint64_t>(rows) > bytesLeft(f) ||
+      static_cast<std::uint64_t>(columns) > bytesLeft(f)) {
+    fatal(f, eBadSize,
+          format("Bad size : matrix '%s' of %d rows and %d columns at %" PRIu64 "\n", sigText(s),
+                 rows, columns, f->position));
+  }
+}
+
 // Reads the matrix header and checks its sizes against the file; no type checks.
 void readRawMatrixHeader(SdifFileT* f) {
   SdifMatrixHeaderT& m = f->matrixHeader;
@@ -147,11 +171,7 @@ void readRawMatrixHeader(SdifFileT* f) {
   std::uint32_t const dataType = readUInt32(f, "matrix header");
   std::int32_t const rows = readInt32(f, "matrix header");
   std::int32_t const columns = readInt32(f, "matrix header");
-  if (rows < 0 || columns < 0) {
-    fatal(f, eBadSize,
-          format("Bad size : matrix '%s' of %d rows and %d columns at %" PRIu64 "\n",
-                 sigText(m.signature), rows, columns, f->position));
-  }
+  checkMatrixCounts(f, m.signature, rows, columns, dataType);
   m.dataType = dataType;
   m.numRows = static_cast<SdifUInt4>(rows);
   m.numColumns = static_cast<SdifUInt4>(columns);
@@ -160,8 +180,7 @@ void readRawMatrixHeader(SdifFileT* f) {
 }
 
 // Data and padding of the current matrix, checked against what is left of
-// the file. Rows and columns are below 2^31 and a value at most 255 bytes,
-// so the product fits in 64 bits.
+// the file (again: the value size may have changed since the header's check).
 void setMatrixDataSize(SdifFileT* f, std::size_t valueSize) {
   SdifMatrixHeaderT const& m = f->matrixHeader;
   std::uint64_t const data = static_cast<std::uint64_t>(m.numRows) * m.numColumns * valueSize;
@@ -536,11 +555,7 @@ std::size_t SdifFReadMatrixHeader(SdifFileT* f) {
   std::uint32_t const dataType = readUInt32(f, "matrix header");
   std::int32_t const rows = readInt32(f, "matrix header");
   std::int32_t const columns = readInt32(f, "matrix header");
-  if (rows < 0 || columns < 0) {
-    fatal(f, eBadSize,
-          format("Bad size : matrix '%s' of %d rows and %d columns at %" PRIu64 "\n", sigText(s),
-                 rows, columns, f->position));
-  }
+  checkMatrixCounts(f, s, rows, columns, dataType);
   SdifMatrixHeaderT& m = f->matrixHeader;
   m.signature = s;
   m.dataType = dataType;
@@ -654,7 +669,10 @@ std::size_t SdifFSkipFrameData(SdifFileT* f) {
 }
 
 SdifSignatureTokenET SdifFGetSignature(SdifFileT* f, std::size_t* bytesRead) {
-  if (bytesLeft(f) == 0) return eEof;
+  if (bytesLeft(f) == 0) {
+    f->currentSignature = 0;
+    return eEof;
+  }
   f->currentSignature = readUInt32(f, "signature");
   if (bytesRead != nullptr) *bytesRead += 4;
   return eSignatureRead;

@@ -166,7 +166,9 @@ std::size_t SdifFSkipMatrixData(SdifFileT* file);
 // The rest of the current frame.
 std::size_t SdifFSkipFrameData(SdifFileT* file);
 // Reads the next four bytes as the current signature and adds 4 to *bytesRead
-// (which may be null). At the end of the file: eEof, and no report.
+// (which may be null). At the end of the file: eEof, no report, and the
+// current signature becomes 0 (so after SdifFReadAllASCIIChunks a file
+// without data frames shows 0).
 SdifSignatureTokenET SdifFGetSignature(SdifFileT* file, std::size_t* bytesRead);
 
 SdifNameValuesLT* SdifFNameValueList(SdifFileT* file);

@@ -134,7 +134,7 @@ std::string SdifTypeTables::Parse(std::string const& text) {
       return "unknown type statement '" + keyword + "'";
     }
     std::string const name = scan.Next();
-    if (!isSignatureText(name)) return "bad signature: '" + name + "'";
+    if (!isSignatureText(name)) return "bad signature: " + name;
     if (scan.Next() != "{") return keyword + " " + name + ": '{' expected";
     if (keyword == "1MTD") {
       SdifMatrixTypeT type;
@@ -159,7 +159,7 @@ std::string SdifTypeTables::Parse(std::string const& text) {
       std::string token = scan.Next();
       while (token != "}") {
         if (!isSignatureText(token) || token == "{" || token == ";") {
-          return "bad signature: '" + token + "' in 1FTD " + name;
+          return "bad signature: " + token + " in 1FTD " + name;
         }
         SdifFrameComponentT component;
         component.matrixSignature = SdifStringToSignature(token.c_str());

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include "NolarException.h"
 #include "NolarSdifWriter.h"
+#include "ZorvTestAllocationCounter.h"
 #include "ZorvTestFiles.h"
 
 namespace {
@@ -42,6 +44,7 @@ class SdifFileTest : public ::testing::Test {
     std::map<std::pair<int, std::string>, std::vector<double>> out;
     EXPECT_GT(SdifFReadGeneralHeader(f), 0u);
     SdifFReadAllASCIIChunks(f);
+    if (SdifFCurrSignature(f) == 0) return out;  // no data frames
     int frame = 0;
     std::size_t bytes = 0;
     while (SdifFLastError(f) == nullptr) {
@@ -286,6 +289,38 @@ TEST_F(SdifFileTest, NameValueTextRules) {
   }
 }
 
+TEST_F(SdifFileTest, TypeTextFaultsKeepWhatWentBefore) {
+  struct Case {
+    char const* text;
+    char const* lastText;
+  } const cases[] = {
+      {"1MTD MATA {a}\n1MTD ABCD {a, b", "Syntax error: 1MTD ABCD: ',' or '}' expected\n"},
+      {"1MTD MATA {a}\n1MTD ABC {a}", "Badly formatted string : 'ABC'\n"},
+      {"1MTD MATA {a}\n1XYZ ABCD {a}", "Syntax error: unknown type statement '1XYZ'\n"},
+  };
+  for (Case const& c : cases) {
+    ASSERT_TRUE(withChunk("1TYP", c.text).WriteTo(path));
+    SdifFilePtr f = open();
+    SdifFReadGeneralHeader(f.get());
+    SdifFReadAllASCIIChunks(f.get());
+    EXPECT_EQ(lastErrorText(f.get()), c.lastText);
+    EXPECT_NE(f->types.FindMatrixType(SdifStringToSignature("MATA")), nullptr);
+    EXPECT_EQ(SdifFCurrSignature(f.get()), sig("1GAI"));
+  }
+  // A matrix type that no one defined.
+  ASSERT_TRUE(withChunk("1TYP", "1FTD FRAM {MATZ m;}").WriteTo(path));
+  std::vector<unsigned char> bytes = zorvtest::ReadFileBytes(path);
+  std::copy_n("MATZ", 4, bytes.end() - 24);  // the 1GAI matrix
+  ASSERT_TRUE(zorvtest::WriteFileBytes(path, bytes));
+  SdifFilePtr f = open();
+  SdifFReadGeneralHeader(f.get());
+  SdifFReadAllASCIIChunks(f.get());
+  SdifFReadFrameHeader(f.get());
+  SdifFReadMatrixHeader(f.get());
+  ASSERT_GE(f->errors.size(), 1u);
+  EXPECT_EQ(f->errors.front().text, "Matrix Type : 'MATZ' (0x4d41545a) undefined\n");
+}
+
 TEST_F(SdifFileTest, OlderNameValueFormIsRead) {
   Bytes b = header();
   std::string const text = "{\n  TableName Infos;\n  Author  Some One ;\n}";
@@ -442,6 +477,91 @@ TEST_F(SdifFileTest, SkippingAFrameLandsOnTheNext) {
   EXPECT_EQ(SdifFSkipFrameData(f.get()), (16u + 16u) + (16u + 8u));
   EXPECT_EQ(SdifFGetSignature(f.get(), nullptr), eEof);
   EXPECT_EQ(SdifFLastError(f.get()), nullptr);
+}
+
+}  // namespace
+
+namespace {
+
+// Forged sizes are refused at once, with no allocation of the size they
+// declare and no walk through it.
+TEST_F(SdifFileTest, ForgedSizesAreRefusedAtOnce) {
+  std::string const types = "1MTD MATA {a}\n1FTD FRAM {MATA m;}";
+  auto withFrame = [&](std::uint32_t size, std::uint32_t matrices, std::uint32_t rows,
+                       std::uint32_t columns) {
+    Bytes b = typesFile(types);
+    b.Tag("FRAM").U32(size).F64(0).U32(1).U32(matrices);
+    b.Tag("MATA").U32(eFloat8).U32(rows).U32(columns);
+    while (b.Size() < 400) b.U8(0);
+    return b;
+  };
+  struct Case {
+    char const* what;
+    Bytes bytes;
+    SdifErrorTagET tag;
+  } const cases[] = {
+      {"100,000 rows of 65,536 values", withFrame(0xFFFFFFFFu, 1, 100000, 65536), eEndOfFile},
+      {"2^31 - 1 rows of no columns", withFrame(0xFFFFFFFFu, 1, 0x7FFFFFFF, 0), eBadSize},
+      {"negative columns", withFrame(0xFFFFFFFFu, 1, 1, 0xFFFFFFFFu), eBadSize},
+      {"matrix count 0xFFFFFFFF", withFrame(0xFFFFFFFFu, 0xFFFFFFFFu, 1, 1), eEndOfFile},
+      {"frame shorter than its header", withFrame(8, 1, 1, 1), eBadSize},
+      {"frame of 2^32 - 2 bytes", withFrame(0xFFFFFFFEu, 1, 1, 1), eEndOfFile},
+  };
+  for (Case const& c : cases) {
+    ASSERT_TRUE(c.bytes.WriteTo(path));
+    SdifFilePtr f = open();
+    SdifFReadGeneralHeader(f.get());
+    SdifFReadAllASCIIChunks(f.get());
+    zorvtest::ResetLargestAllocation();
+    try {
+      SdifFReadFrameHeader(f.get());
+      SdifFReadMatrixHeader(f.get());
+      for (SdifUInt4 r = 0; r < SdifFCurrNbRow(f.get()); ++r) SdifFReadOneRow(f.get());
+      ADD_FAILURE() << c.what << ": not refused";
+    } catch (Exception const& e) {
+      EXPECT_EQ(SdifFLastError(f.get())->tag, c.tag) << c.what << ": " << e.what();
+      EXPECT_EQ(SdifFLastError(f.get())->level, eFatal);
+    }
+    EXPECT_LT(zorvtest::LargestAllocation(), 4096u) << c.what;
+    EXPECT_LE(f->errors.size(), 1u) << c.what;
+  }
+  // A text chunk of 2^31 - 1 bytes in a small file: refused before any text is read.
+  Bytes b = header();
+  b.Tag("1NVT").U32(0xFFFFFFFFu).F64(0).U32(0).U32(1).Tag("1NVT").U32(eText).U32(0x7FFFFFFF).U32(1);
+  b.Text("a\t1\n");
+  ASSERT_TRUE(b.WriteTo(path));
+  SdifFilePtr f = open();
+  SdifFReadGeneralHeader(f.get());
+  zorvtest::ResetLargestAllocation();
+  EXPECT_THROW(SdifFReadAllASCIIChunks(f.get()), Exception);
+  EXPECT_LT(zorvtest::LargestAllocation(), 4096u);
+  EXPECT_EQ(SdifFLastError(f.get())->tag, eEndOfFile);
+}
+
+TEST_F(SdifFileTest, EveryTruncationEndsCleanlyOrAsAnEndOfFile) {
+  writeExample(path);
+  std::vector<unsigned char> const whole = zorvtest::ReadFileBytes(path);
+  int cleanEnds = 0;
+  for (std::size_t n = 16; n < whole.size(); ++n) {
+    ASSERT_TRUE(zorvtest::WriteFileBytes(path, {whole.begin(), whole.begin() + n}));
+    SdifFilePtr f = open();
+    try {
+      readAll(f.get());
+      ++cleanEnds;  // cut between chunks or frames: a shorter, whole file
+    } catch (Exception const& e) {
+      EXPECT_EQ(SdifFLastError(f.get())->tag, eEndOfFile) << n;
+      EXPECT_EQ(std::string(e.what()).rfind("End of file : Sdiffread ", 0), 0u) << e.what();
+    }
+  }
+  // Cut after the header, after each of the four chunks, after the first frame.
+  EXPECT_EQ(cleanEnds, 6);
+}
+
+TEST_F(SdifFileTest, NegativeHeaderSizeIsABadHeader) {
+  ASSERT_TRUE(header(-8).WriteTo(path));
+  SdifFilePtr f = open();
+  EXPECT_EQ(SdifFReadGeneralHeader(f.get()), 0u);
+  EXPECT_EQ(SdifFLastError(f.get())->tag, eBadHeader);
 }
 
 }  // namespace
