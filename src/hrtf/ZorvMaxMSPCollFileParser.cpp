@@ -5,41 +5,15 @@
 #include <locale>
 #include <sstream>
 
+#include "NolarTextFileReader.h"
+
 namespace Zorv {
-
-namespace {
-
-void trim(std::string& s) {
-  std::size_t b = 0;
-  while (b < s.size() && std::isspace(static_cast<unsigned char>(s[b]))) ++b;
-  std::size_t e = s.size();
-  while (e > b && std::isspace(static_cast<unsigned char>(s[e - 1]))) --e;
-  s = s.substr(b, e - b);
-}
-
-}  // namespace
-
-bool MaxMSPCollFileParser::GetLine(std::istream& in, std::string& line) {
-  line.clear();
-  std::istream::int_type c = in.get();
-  if (c == std::istream::traits_type::eof()) return false;
-  while (c != std::istream::traits_type::eof()) {
-    if (c == '\n') break;
-    if (c == '\r') {
-      if (in.peek() == '\n') in.get();
-      break;
-    }
-    line.push_back(static_cast<char>(c));
-    c = in.get();
-  }
-  return true;
-}
 
 MaxMSPCollFileParser::MaxMSPCollFileParser(std::istream& in) {
   std::string line;
   int32_t last = 0;
-  while (GetLine(in, line)) {
-    trim(line);
+  while (nolardsp::TextFileReader::GetLine(in, line)) {
+    nolardsp::TextFileReader::RemoveLeadingAndTrailingSpaces(line);
     if (line.empty()) continue;
     std::size_t const comma = line.find(',');
     std::size_t const semicolon = line.find(';');

@@ -29,9 +29,6 @@ class MaxMSPCollFileParser {
   // fallback.
   static unsigned int GetSamplingRateFromCollFileName(std::string const& path,
                                                       unsigned int fallback);
-
-  // One line up to a line feed, a carriage return or both; false at the end.
-  static bool GetLine(std::istream& in, std::string& line);
 };
 
 }  // namespace Zorv

@@ -1,11 +1,11 @@
 #include "ZorvSdifHrtfUtils.h"
 
 #include <cctype>
-#include <cstring>
 #include <iostream>
 #include <limits>
 
 #include "NolarException.h"
+#include "NolarFile.h"
 #include "NolarSdifUtils.h"
 
 namespace Zorv {
@@ -13,16 +13,7 @@ namespace Zorv {
 using nolardsp::SdifUtils;
 
 bool SdifHrtfUtils::CheckFileExtension(char const* path, char const* extension) {
-  if (path == nullptr || extension == nullptr) return false;
-  std::size_t const n = std::strlen(path), e = std::strlen(extension);
-  if (e > n) return false;
-  for (std::size_t i = 0; i < e; ++i) {
-    if (std::tolower(static_cast<unsigned char>(path[n - e + i])) !=
-        std::tolower(static_cast<unsigned char>(extension[i]))) {
-      return false;
-    }
-  }
-  return true;
+  return path != nullptr && nolardsp::File::HasThisExtension(path, extension, true);
 }
 
 bool SdifHrtfUtils::ParseNumber(std::string const& text, unsigned int& out) {
