@@ -48,12 +48,14 @@ bench: deps configure
 	cmake --build $(BUILD) -j $(JOBS) --target zorv_bench
 	$(BUILD)/bench/zorv_bench $(BENCH_ARGS)
 
-# The long fuzz run of the file readers (SDIF, WAV, AIFF): FUZZ_MUTATIONS
-# seeded mutations per format instead of the few thousand of `make test`.
+# The long fuzz run of the file readers (SDIF, WAV, AIFF) and of the HRTF
+# loaders (.hrtf, .coll, SOFA): FUZZ_MUTATIONS seeded mutations per format
+# instead of the few thousand of `make test`.
 FUZZ_MUTATIONS ?= 100000
 fuzz: deps configure
-	cmake --build $(BUILD) -j $(JOBS) --target test_nolardsp
+	cmake --build $(BUILD) -j $(JOBS) --target test_nolardsp test_hrtf
 	ZORV_FUZZ_MUTATIONS=$(FUZZ_MUTATIONS) $(BUILD)/tests/test_nolardsp --gtest_filter='*Fuzz*'
+	ZORV_FUZZ_MUTATIONS=$(FUZZ_MUTATIONS) $(BUILD)/tests/test_hrtf --gtest_filter='*Fuzz*'
 
 DEMO_RENDER = $(BUILD)/tools/zorv-render/zorv-render
 DEMO_FILE   = demo/zorv-demo-ring8.wav

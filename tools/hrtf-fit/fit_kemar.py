@@ -1,5 +1,5 @@
 #!/usr/bin/env -S /usr/bin/python3
-"""Fits the built-in HRTF table Zorv::hrtf_2b_KEMAR_44100 (710 rows of 26 floats).
+"""Fits the built-in HRTF tables Zorv::hrtf_2b_KEMAR_44100 and _48000 (710 rows of 26 floats).
 
 Data
 ----
@@ -76,9 +76,18 @@ minimum-phase response of the target), a neutral start, the solution of the
 previous point on the ring and that of the nearest point of the ring below;
 the best is kept. Results are cached per direction in tools/hrtf-fit/cache/ so an interrupted run resumes.
 
+Other rates
+-----------
+With --rate R (48000 is the one the object uses) the measurements are first
+resampled from 44100 Hz to R by a polyphase filter (scipy.signal.resample_poly,
+zero phase, so the taps stay aligned in time) and everything above runs at R:
+the window keeps its length in milliseconds (256 and 64 taps at 44100 Hz become
+279 and 70 at 48000), the band, the held edges and the bounds stay the same.
+
 Usage (from the repository root):
-    /usr/bin/python3 tools/hrtf-fit/fit_kemar.py
-writes src/hrtf/ZorvHrtf2bKemar44100.h/.cpp and tools/hrtf-fit/report/.
+    /usr/bin/python3 tools/hrtf-fit/fit_kemar.py [--rate 48000]
+writes src/hrtf/ZorvHrtf2bKemar<R>.h/.cpp and tools/hrtf-fit/report/ (report-<R>/
+for another rate than 44100).
 """
 
 import argparse
@@ -91,7 +100,8 @@ import time
 
 import numpy as np
 
-FS = 44100.0
+SOURCE_FS = 44100.0
+FS = SOURCE_FS  # the rate of the fit; set_rate changes it
 RING_COUNTS = [56, 60, 72, 72, 72, 72, 72, 60, 56, 45, 36, 24, 12, 1]
 RING_ELEVATIONS = list(range(-40, 91, 10))
 RING_OFFSETS = list(np.concatenate([[0], np.cumsum(RING_COUNTS)[:-1]]))
@@ -108,6 +118,16 @@ WINDOW_TAPS = 256
 WINDOW_FADE = 64
 DEFAULT_SOFA = "/usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa"
 DB = 20.0 / np.log(10.0)
+
+
+
+def set_rate(rate):
+    """Fit at another rate: the window keeps its duration."""
+    global FS, WINDOW_TAPS, WINDOW_FADE
+    FS = float(rate)
+    WINDOW_TAPS = int(round(256 * FS / SOURCE_FS))
+    WINDOW_FADE = int(round(64 * FS / SOURCE_FS))
+
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
@@ -130,7 +150,7 @@ def load_sofa(path):
         pos = np.asarray(f["SourcePosition"], dtype=np.float64)
         rec = np.asarray(f["ReceiverPosition"], dtype=np.float64).reshape(2, 3)
         delay = np.asarray(f["Data.Delay"], dtype=np.float64)
-    if fs != FS or ir.shape != (NUM_ROWS, 2, 512) or np.any(delay != 0):
+    if fs != SOURCE_FS or ir.shape != (NUM_ROWS, 2, 512) or np.any(delay != 0):
         raise SystemExit(f"{path}: expected 710 x 2 x 512 taps at 44100 Hz with no delays")
     if not (rec[0, 1] > 0 and rec[1, 1] < 0):
         raise SystemExit(f"{path}: receiver 0 is not the left ear (+y)")
@@ -143,6 +163,13 @@ def load_sofa(path):
     side = RING_OFFSETS[4] + 18  # azimuth 90, elevation 0
     if np.sum(ir[side, 0] ** 2) <= np.sum(ir[side, 1] ** 2):
         raise SystemExit(f"{path}: azimuth 90 is not on the left")
+    if FS != SOURCE_FS:
+        from fractions import Fraction
+
+        from scipy import signal
+
+        ratio = Fraction(int(FS), int(SOURCE_FS))
+        ir = signal.resample_poly(ir, ratio.numerator, ratio.denominator, axis=-1)
     return ir, az, el
 
 
@@ -193,7 +220,7 @@ def diffuse_field_db(ir, freqs):
 def fit_grid():
     band = np.geomspace(BAND[0], BAND[1], NUM_BAND_POINTS)
     low = np.geomspace(10.0, BAND[0], NUM_EDGE_POINTS + 1)[:-1]
-    high = np.geomspace(BAND[1], 21500.0, NUM_EDGE_POINTS + 1)[1:]
+    high = np.geomspace(BAND[1], min(21500.0, 0.49 * FS), NUM_EDGE_POINTS + 1)[1:]
     freqs = np.concatenate([low, band, high])
     weights = np.concatenate(
         [np.full(low.size, EDGE_WEIGHT), np.ones(band.size), np.full(high.size, EDGE_WEIGHT)]
@@ -409,7 +436,8 @@ def config_key(sofa_path):
     with open(sofa_path, "rb") as f:
         h.update(f.read())
     settings = (RADIUS, BAND, NUM_BAND_POINTS, NUM_EDGE_POINTS, EDGE_WEIGHT)
-    h.update(repr(settings + (WINDOW_TAPS, WINDOW_FADE, 4)).encode())
+    extra = (WINDOW_TAPS, WINDOW_FADE, 4) if FS == SOURCE_FS else (WINDOW_TAPS, WINDOW_FADE, 4, FS)
+    h.update(repr(settings + extra).encode())
     return h.hexdigest()[:16]
 
 
@@ -461,15 +489,18 @@ def table_from(params, delay_col):
 
 
 def write_source(table, command, header_path, source_path):
+    rate = int(FS)
+    name = f"hrtf_2b_KEMAR_{rate}"
+    resampled = "" if FS == SOURCE_FS else f", resampled to {rate} Hz"
     guard_comment = (
         "// The built-in HRTF set: a biquad model of the MIT KEMAR measurements (normal pinna,\n"
-        "// 44100 Hz), measured by Bill Gardner and Keith Martin at the MIT Media Lab in 1994.\n"
+        f"// {rate} Hz), measured by Bill Gardner and Keith Martin at the MIT Media Lab in 1994.\n"
         "// \"This data is Copyright 1994 by the MIT Media Laboratory. It is provided free with no\n"
         "// restrictions on use, provided the authors are cited when the data is used in any\n"
         "// research or commercial application.\"\n"
         "//\n"
         "// Generated from /usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa (Debian libmysofa1)\n"
-        f"// by: {command}\n"
+        f"// by: {command}{resampled}\n"
         "// Do not edit by hand: see tools/hrtf-fit/README.md.\n"
     )
     with open(header_path, "w") as f:
@@ -482,12 +513,13 @@ def write_source(table, command, header_path, source_path):
             "// denominator), minimum phase, diffuse-field equalised. Read-only: shared by every\n"
             "// thread without a lock.\n\n"
             "namespace Zorv {\n\n"
-            "extern float const hrtf_2b_KEMAR_44100[710][26];\n\n"
+            f"extern float const {name}[710][26];\n\n"
             "}  // namespace Zorv\n"
         )
     with open(source_path, "w") as f:
-        f.write(guard_comment + '\n#include "ZorvHrtf2bKemar44100.h"\n\nnamespace Zorv {\n\n')
-        f.write("float const hrtf_2b_KEMAR_44100[710][26] = {\n")
+        header = os.path.basename(header_path)
+        f.write(guard_comment + f'\n#include "{header}"\n\nnamespace Zorv {{\n\n')
+        f.write(f"float const {name}[710][26] = {{\n")
         for row in range(NUM_ROWS):
             ring, j = ring_of(row)
             vals = ", ".join(float_literal(v) for v in table[row])
@@ -513,7 +545,8 @@ def float_literal(v):
 def main():
     ap = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     ap.add_argument("--sofa", default=DEFAULT_SOFA)
-    ap.add_argument("--cache", default=os.path.join(HERE, "cache", "fit.npz"))
+    ap.add_argument("--rate", type=int, default=44100, help="rate of the table, Hz")
+    ap.add_argument("--cache", default=None)
     ap.add_argument("--fresh", action="store_true", help="ignore the cache")
     ap.add_argument("--no-report", action="store_true")
     args = ap.parse_args()
@@ -521,6 +554,11 @@ def main():
     def log(msg):
         print(msg, flush=True)
 
+    set_rate(args.rate)
+    rate = int(FS)
+    if args.cache is None:
+        name = "fit.npz" if FS == SOURCE_FS else f"fit-{rate}.npz"
+        args.cache = os.path.join(HERE, "cache", name)
     t0 = time.time()
     ir, _, _ = load_sofa(args.sofa)
     if args.fresh and os.path.exists(args.cache):
@@ -528,22 +566,26 @@ def main():
     params, seconds = run_fit(ir, args.cache, config_key(args.sofa), log)
     table = table_from(params, delays(ir))
     command = "/usr/bin/python3 tools/hrtf-fit/fit_kemar.py"
+    if FS != SOURCE_FS:
+        command += f" --rate {rate}"
     write_source(
         table,
         command,
-        os.path.join(ROOT, "src", "hrtf", "ZorvHrtf2bKemar44100.h"),
-        os.path.join(ROOT, "src", "hrtf", "ZorvHrtf2bKemar44100.cpp"),
+        os.path.join(ROOT, "src", "hrtf", f"ZorvHrtf2bKemar{rate}.h"),
+        os.path.join(ROOT, "src", "hrtf", f"ZorvHrtf2bKemar{rate}.cpp"),
     )
     log(f"fit and source: {time.time() - t0:.0f} s")
     if not args.no_report:
         sys.path.insert(0, HERE)
         import report
 
+        report.fk.set_rate(rate)  # report imports this file as a module of its own
         runtime = (
             f"Fit time: {seconds:.0f} s for the 710 directions, one process"
             f" ({os.cpu_count()} cores on the machine, shared)."
         )
-        report.write(ir, table, os.path.join(HERE, "report"), log, runtime)
+        outdir = "report" if FS == SOURCE_FS else f"report-{rate}"
+        report.write(ir, table, os.path.join(HERE, outdir), log, runtime)
 
 
 if __name__ == "__main__":
