@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <map>
+#include <mutex>
 #include <string>
 
 #include "NolarVectorOperations.h"
@@ -27,6 +29,101 @@ bool hasExtension(std::string const& path, char const* extension) {
 
 bool namesBuiltInSet(std::string const& path) {
   return path.empty() || path == "kemar" || path == "KEMAR";
+}
+
+// The interaural delay that a pair of biquad cascades adds by itself, in ms,
+// left ear minus right ear: the lag of the peak of the cross-correlation of
+// their impulse responses below 1.5 kHz, where the ear takes the ITD from.
+// Minimum-phase filters of unequal magnitude are not equal in phase: the
+// shadowed ear's filter is later, by up to some 0.15 ms beside the head.
+float biquadPairItd(float const* left, float const* right, unsigned int numCoefficients,
+                    double rate) {
+  unsigned int const length = 256;
+  int const maxLag = static_cast<int>(std::ceil(0.0015 * rate));
+  std::vector<double> ir[2];
+  float const* sets[2] = {left, right};
+  double const w = 2. * 3.14159265358979323846 * 1500. / rate;
+  double const alpha = std::sin(w) / (2. * std::sqrt(0.5));
+  double const lp[5] = {(1. - std::cos(w)) / 2. / (1. + alpha), (1. - std::cos(w)) / (1. + alpha),
+                        (1. - std::cos(w)) / 2. / (1. + alpha), -2. * std::cos(w) / (1. + alpha),
+                        (1. - alpha) / (1. + alpha)};
+  unsigned int const sections = numCoefficients > 0 ? (numCoefficients - 1) / 4 : 0;
+  for (int e = 0; e < 2; ++e) {
+    std::vector<double>& y = ir[e];
+    y.assign(length, 0.);
+    y[0] = sets[e][0];
+    // Each section in turn over the whole response: 1 + b1 z^-1 + b2 z^-2
+    // over 1 + a1 z^-1 + a2 z^-2.
+    for (unsigned int k = 0; k < sections; ++k) {
+      double const b1 = sets[e][1 + 4 * k], b2 = sets[e][2 + 4 * k];
+      double const a1 = sets[e][3 + 4 * k], a2 = sets[e][4 + 4 * k];
+      double x1 = 0., x2 = 0., y1 = 0., y2 = 0.;
+      for (double& v : y) {
+        double const out = v + b1 * x1 + b2 * x2 - a1 * y1 - a2 * y2;
+        x2 = x1;
+        x1 = v;
+        y2 = y1;
+        y1 = out;
+        v = out;
+      }
+    }
+    // The same low-pass on both ears (twice a second-order Butterworth): it
+    // moves both alike and leaves the lag between them.
+    for (int pass = 0; pass < 2; ++pass) {
+      double x1 = 0., x2 = 0., y1 = 0., y2 = 0.;
+      for (double& v : y) {
+        double const out = lp[0] * v + lp[1] * x1 + lp[2] * x2 - lp[3] * y1 - lp[4] * y2;
+        x2 = x1;
+        x1 = v;
+        y2 = y1;
+        y1 = out;
+        v = out;
+      }
+    }
+  }
+  std::vector<double> c(2 * maxLag + 1, 0.);
+  int best = 0;
+  for (int lag = -maxLag; lag <= maxLag; ++lag) {
+    double sum = 0.;
+    for (int k = std::max(0, lag);
+         k < static_cast<int>(length) && k - lag < static_cast<int>(length); ++k) {
+      sum += ir[0][k] * ir[1][k - lag];
+    }
+    c[lag + maxLag] = sum;
+    if (sum > c[best]) best = lag + maxLag;
+  }
+  if (!std::isfinite(c[best]) || c[best] <= 0.) return 0.f;
+  double lag = best - maxLag;
+  if (best > 0 && best < 2 * maxLag) {
+    double const den = c[best - 1] - 2. * c[best] + c[best + 1];
+    if (den != 0.) lag += 0.5 * (c[best - 1] - c[best + 1]) / den;
+  }
+  return static_cast<float>(lag * 1000. / rate);
+}
+
+// The filters' own ITD of every point of a biquad set.
+std::vector<float> biquadSetItds(Hrtf const& set, double rate) {
+  unsigned int const n = set.GetHrtfHeaderInfos()->numCoefficients;
+  std::vector<float> itds;
+  itds.reserve(set.GetPoints().size());
+  for (HrtfPoint const& p : set.GetPoints()) {
+    itds.push_back(p.coefficients.size() >= 2u * n && n > 0
+                       ? biquadPairItd(p.coefficients.data(), p.coefficients.data() + n, n, rate)
+                       : 0.f);
+  }
+  return itds;
+}
+
+// The built-in sets are the same for every renderer: their filters' ITDs are
+// worked out once per table.
+std::vector<float> const& builtInSetItds(Hrtf const& set) {
+  static std::mutex mutex;
+  static std::map<unsigned int, std::vector<float>> cache;
+  std::lock_guard<std::mutex> lock(mutex);
+  unsigned int const rate = set.GetHrtfHeaderInfos()->sampleRate;
+  auto found = cache.find(rate);
+  if (found == cache.end()) found = cache.emplace(rate, biquadSetItds(set, rate)).first;
+  return found->second;
 }
 
 }  // namespace
@@ -54,7 +151,7 @@ BinauralPanningDirect::BinauralPanningDirect(unsigned int numInputs_, unsigned i
       pending(nullptr) {
   for (auto& slot : retired) slot.store(nullptr);
   numOutputs = 2;
-  hrtf.reset(makeDefaultSet());
+  adoptSet(makeDefaultSet(), true);
   numCoefficients = hrtf->GetHrtfHeaderInfos()->numCoefficients;
   current = makeBank(filterType, numCoefficients, 0);
   newest = current;
@@ -66,6 +163,15 @@ BinauralPanningDirect::BinauralPanningDirect(unsigned int numInputs_, unsigned i
 BinauralPanningDirect::~BinauralPanningDirect() {
   settle();
   delete current;
+}
+
+void BinauralPanningDirect::adoptSet(Hrtf* set, bool builtIn) {
+  hrtf.reset(set);
+  filterItds.clear();
+  HrtfHeaderInfos const& header = *hrtf->GetHrtfHeaderInfos();
+  if (header.filterType != BiquadCells) return;
+  double const rate = header.sampleRate > 0 ? header.sampleRate : samplerate;
+  filterItds = builtIn ? builtInSetItds(*hrtf) : biquadSetItds(*hrtf, rate);
 }
 
 unsigned int BinauralPanningDirect::runningRate() const {
@@ -125,7 +231,7 @@ void BinauralPanningDirect::settle() {
 
 void BinauralPanningDirect::replaceBank(Hrtf* newHrtf, HRTFFilterType newType) {
   collectRetired();
-  hrtf.reset(newHrtf);
+  if (newHrtf != hrtf.get()) adoptSet(newHrtf, defaultSet);
   filterType = newType;
   numCoefficients = hrtf->GetHrtfHeaderInfos()->numCoefficients;
   Bank* bank = makeBank(filterType, numCoefficients, numInputs);
@@ -283,7 +389,7 @@ void BinauralPanningDirect::SetSamplerate(float rate) {
     return;
   }
   // No block runs here: the voices take the new set's filters at once.
-  hrtf = std::move(set);
+  adoptSet(set.release(), defaultSet);
   forgetLastPoints();
   for (unsigned int i = 0; i < numInputs && i < sourceRelativePositions.size(); ++i) {
     setSourceRelativePosition(i, sourceRelativePositions[i], true);
@@ -364,8 +470,7 @@ void BinauralPanningDirect::SetFIRFiltersImplementationMethod(
   // Filters of another method start empty: they are built as a new bank and
   // faded in. A biquad set has nothing to change.
   if (filterType != FirFiltering) return;
-  Hrtf* same = hrtf.release();
-  replaceBank(same, filterType);
+  replaceBank(hrtf.get(), filterType);
 }
 
 void BinauralPanningDirect::SetListenerHeadRadius(float metres) {
@@ -395,6 +500,18 @@ void BinauralPanningDirect::setSourceRelativePosition(unsigned int index,
   v.lastPointIndex = static_cast<int>(point.index);
   float left = 0.f, right = 0.f;
   getMonauralDelays(position, point, left, right);
+  // The delays carry what the filters do not: the filters' own interaural
+  // delay is taken out, so that the ITD heard is the set's or the model's.
+  if (point.index < filterItds.size()) {
+    float const half = 0.5f * filterItds[point.index];
+    left -= half;
+    right += half;
+    float const lowest = std::min(left, right);
+    if (lowest < 0.f) {
+      left -= lowest;
+      right -= lowest;
+    }
+  }
   v.left.SetDelay(left, immediately);
   v.right.SetDelay(right, immediately);
   v.left.SetCoefficients(point.coefficients.data(), immediately);

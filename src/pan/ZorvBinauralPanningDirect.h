@@ -102,11 +102,17 @@ class BinauralPanningDirect : public BinauralPanning {
               short const* activeInputs);
   void renderAdding(Bank& bank, float* left, float* right, float** inputs, unsigned long numSamples,
                     short const* activeInputs);
+  // Takes the set in use, and for a biquad set the interaural delay of each
+  // point's filter pair.
+  void adoptSet(Hrtf* set, bool builtIn);
   // Loads the built-in set for the running rate.
   Hrtf* makeDefaultSet() const;
   unsigned int runningRate() const;
 
   std::unique_ptr<Hrtf> hrtf;
+  // Milliseconds, left minus right, per point of a biquad set: what the two
+  // minimum-phase filters delay by themselves. Empty for an FIR set.
+  std::vector<float> filterItds;
   unsigned int numCoefficients;
   HRTFFilterType filterType;
   nolardsp::Filter::FIRImplementation firImplementation;
