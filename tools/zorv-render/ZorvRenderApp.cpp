@@ -77,7 +77,7 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
   if (!options.score.empty()) {
     score = Score::Read(options.score);
   } else if (options.demo) {
-    std::istringstream text(DemoScoreText());
+    std::istringstream text(IsHeadphonesBox(boxText) ? DemoHeadphonesScoreText() : DemoScoreText());
     score = Score::Parse(text, "demo score");
   }
 
@@ -93,7 +93,8 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
     sources.push_back(file.get());
   }
   if (options.demo) {
-    ownedSources.push_back(std::make_unique<DemoSource>(samplerate));
+    ownedSources.push_back(std::make_unique<DemoSource>(
+        samplerate, IsHeadphonesBox(boxText) ? DemoHeadphonesSeconds : DemoSeconds));
     sources.push_back(ownedSources.back().get());
   }
 
