@@ -87,9 +87,6 @@ TEST(ProgressBarTest, ShowsPositionElapsedTimeAndSpeed) {
             "[##############################] 100%  0.0 / 0.0 s");
 }
 
-}  // namespace
-}  // namespace zorvrender
-
 // On headphones the source passes in front, on both sides, behind and above,
 // in small steps, one metre away.
 TEST(DemoTest, TheHeadphoneScoreVisitsFrontSidesBackAndTop) {
@@ -121,3 +118,6 @@ TEST(DemoTest, TheHeadphoneScoreVisitsFrontSidesBackAndTop) {
   }
   EXPECT_TRUE(front && right && back && left && top);
 }
+
+}  // namespace
+}  // namespace zorvrender
