@@ -11,9 +11,11 @@
 #include "NolarException.h"
 #include "NolarSdifUtils.h"
 #include "ZorvHrtf2bKemar44100.h"
+#include "ZorvHrtf2bKemar48000.h"
 #include "ZorvHrtfInfoBinauralBiquadFullSphere.h"
 #include "ZorvHrtfSofaReader.h"
 #include "ZorvMaxMSPCollFileParser.h"
+#include "ZorvSdifHrtfUtils.h"
 
 namespace Zorv {
 
@@ -24,14 +26,7 @@ std::string safePath(char const* path) {
 }
 
 bool endsWithIgnoreCase(std::string const& text, char const* suffix) {
-  std::size_t const n = std::strlen(suffix);
-  if (text.size() < n) return false;
-  for (std::size_t i = 0; i < n; ++i) {
-    unsigned char const a = static_cast<unsigned char>(text[text.size() - n + i]);
-    unsigned char const b = static_cast<unsigned char>(suffix[i]);
-    if (std::tolower(a) != std::tolower(b)) return false;
-  }
-  return true;
+  return SdifHrtfUtils::CheckFileExtension(text.c_str(), suffix);
 }
 
 // One row of a grid table: delay, then numCoefficients values; null if the
@@ -107,7 +102,7 @@ void Hrtf::LoadFromFile(char const* path, unsigned int sampleRate) {
 }
 
 bool Hrtf::HasBuiltInSetAt(unsigned int sampleRate) {
-  return sampleRate == 44100;
+  return sampleRate == 44100 || sampleRate == 48000;
 }
 
 void Hrtf::LoadDefault() {
@@ -115,10 +110,10 @@ void Hrtf::LoadDefault() {
 }
 
 void Hrtf::LoadDefault(unsigned int sampleRate) {
-  (void)sampleRate;
   HrtfInfoBinauralBiquadFullSphere const info;
-  float const(*table)[26] = hrtf_2b_KEMAR_44100;
-  unsigned int const rate = 44100;
+  bool const at48k = sampleRate == 48000;
+  float const(*table)[26] = at48k ? hrtf_2b_KEMAR_48000 : hrtf_2b_KEMAR_44100;
+  unsigned int const rate = at48k ? 48000 : 44100;
   uint32_t const numPoints = info.GetNumPoints();
 
   HrtfHeaderInfos h;

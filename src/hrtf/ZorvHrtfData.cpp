@@ -3,7 +3,12 @@
 #include <cmath>
 #include <utility>
 
+#include <iostream>
+
 #include "NolarException.h"
+#include "NolarSdifFile.h"
+#include "NolarSdifUtils.h"
+#include "ZorvSdifHrtfUtils.h"
 
 namespace Zorv {
 
@@ -88,8 +93,127 @@ void HrtfData::checkUsable(HrtfHeaderInfos const& h, std::vector<HrtfPoint> cons
   }
 }
 
+namespace {
+
+constexpr nolardsp::SdifSignature kHRTF = nolardsp::SdifSignatureConst('H', 'R', 'T', 'F');
+constexpr nolardsp::SdifSignature kXCAR = nolardsp::SdifSignatureConst('X', 'C', 'A', 'R');
+constexpr nolardsp::SdifSignature kXAED = nolardsp::SdifSignatureConst('X', 'A', 'E', 'D');
+constexpr nolardsp::SdifSignature kXITD = nolardsp::SdifSignatureConst('X', 'I', 'T', 'D');
+constexpr nolardsp::SdifSignature kXIIR = nolardsp::SdifSignatureConst('X', 'I', 'I', 'R');
+constexpr nolardsp::SdifSignature kXFIR = nolardsp::SdifSignatureConst('X', 'F', 'I', 'R');
+
+// Bytes of one frame header: signature, size, time, stream ID, matrix count.
+constexpr unsigned long long kFrameHeaderBytes = 24;
+// Most filter values of one set, whatever the file's size.
+constexpr unsigned long long kMaxValues = 1ull << 27;
+
+bool fatalReported(nolardsp::SdifFileS* file) {
+  nolardsp::SdifErrorT const* e = file == nullptr ? nullptr : nolardsp::SdifFLastError(file);
+  return e != nullptr && e->level == nolardsp::eFatal;
+}
+
+}  // namespace
+
 void HrtfData::LoadFromHRTF(char const* path) {
-  NOLAR_THROW("invalid file " + std::string(path == nullptr ? "" : path));
+  using namespace nolardsp;
+  std::string const p = path == nullptr ? std::string() : std::string(path);
+  HrtfHeaderInfos h;
+  std::vector<HrtfPoint> pts;
+  SdifFilePtr file;
+  try {
+    if (!SdifUtils::IsValidSdifFile(p.c_str())) NOLAR_THROW("invalid file " + p);
+    if (!SdifHrtfUtils::GetHrtfHeaderInfos(p.c_str(), h)) NOLAR_THROW("invalid header " + p);
+    SdifGenInitCond("");
+    file.reset(SdifFOpen(p.c_str(), eReadFile));
+    if (!file) NOLAR_THROW("couldnt open file " + p);
+    SdifFileS* const f = file.get();
+
+    // What the header declares must fit in the file before anything is sized
+    // by it: a frame header per point, and 4 bytes (the smallest float) per
+    // filter value.
+    if (h.numPoints == 0) NOLAR_THROW("no HRTF points in " + p);
+    unsigned long long const values =
+        static_cast<unsigned long long>(h.numPoints) * h.numCoefficients * h.numChannels;
+    if (h.numPoints * kFrameHeaderBytes > f->fileSize) {
+      NOLAR_THROW("the header declares more points than the file holds: " + p);
+    }
+    if (values > kMaxValues || values * 4 > f->fileSize) {
+      NOLAR_THROW("the header declares more filter data than the file holds: " + p);
+    }
+    pts.resize(h.numPoints);
+    for (HrtfPoint& pt : pts) {
+      pt.coefficients.assign(std::size_t(h.numCoefficients) * h.numChannels, 0.f);
+      pt.numCoefficients = h.numCoefficients;
+      pt.numChannels = h.numChannels;
+    }
+
+    SdifFReadGeneralHeader(f);
+    SdifFReadAllASCIIChunks(f);
+    bool const fir = h.filterType == FIR;
+    unsigned long long frames = 0;
+    std::vector<CartesianVector> positions;
+    for (;;) {
+      if (SdifFLastError(f) != nullptr) break;
+      SdifFReadFrameHeader(f);
+      if (SdifFCurrFrameSignature(f) != kHRTF) {
+        std::cerr << "unexpected frames" << SdifSignatureToString(SdifFCurrFrameSignature(f))
+                  << " (" << __FILE__ << " " << __LINE__ << " "
+                  << "LoadFromHRTF"
+                  << ")" << std::endl;
+        SdifFSkipFrameData(f);
+      } else {
+        ++frames;
+        uint32_t const k = SdifFCurrID(f) - 1u;  // ID 0 wraps round and is refused too
+        if (k >= h.numPoints) NOLAR_THROW("too many HRTF frames ? " + p);
+        HrtfPoint& pt = pts[k];
+        pt.index = k;
+        SdifUInt4 const matrices = SdifFCurrNbMatrix(f);
+        for (SdifUInt4 m = 0; m < matrices; ++m) {
+          SdifFReadMatrixHeader(f);
+          SdifSignature const sig = SdifFCurrMatrixSignature(f);
+          std::size_t bytes = 0;
+          if (sig == kXCAR) {
+            bytes = SdifUtils::ReadXCARMatrix(f, positions);
+            if (positions.size() != 1) NOLAR_THROW("exception reading XCAR matrix " + p);
+            pt.position = positions[0];
+          } else if (sig == kXAED) {
+            bytes = SdifUtils::ReadXAEDMatrix(f, positions, true);
+            if (positions.size() != 1) NOLAR_THROW("exception reading XAED matrix " + p);
+            pt.position = positions[0];
+          } else if (sig == kXITD) {
+            if (fir) NOLAR_THROW("XITD matrix with FIR filters ? " + p);
+            bytes = SdifUtils::ReadXITDMatrix(f, pt.itd);
+          } else if (sig == kXIIR) {
+            if (fir) NOLAR_THROW("XIIR matrix with FIR filters ? " + p);
+            bytes = SdifUtils::ReadXIIRMatrix(f, pt.coefficients);
+          } else if (sig == kXFIR) {
+            if (!fir) NOLAR_THROW("unexpected XFIR matrix ? " + p);
+            bytes = SdifUtils::ReadXFIRMatrix(f, pt.coefficients);
+          } else {
+            SdifFSkipMatrixData(f);  // padding included
+            continue;
+          }
+          SdifFReadPadding(f, SdifFPaddingCalculate(f->stream, bytes));
+        }
+      }
+      SdifSignatureTokenET const token = SdifFGetSignature(f, nullptr);
+      if (SdifFLastError(f) != nullptr) NOLAR_THROW("error reading file " + p);
+      if (token == eEof) break;
+    }
+    if (SdifFLastError(f) != nullptr) NOLAR_THROW("error reading file " + p);
+    if (frames != h.numPoints) NOLAR_THROW("invalid number of HRTF frames ? " + p);
+    file.reset();
+  } catch (Exception const&) {
+    // A fatal report of the reader (the file ends early, a size cannot be
+    // right) is a file that could not be read; every other text stands.
+    if (fatalReported(file.get())) NOLAR_THROW("error reading file " + p);
+    throw;
+  } catch (std::exception const& e) {
+    NOLAR_THROW(e.what());
+  } catch (...) {
+    NOLAR_THROW("unknown exception while loading file " + p);
+  }
+  install(std::move(h), std::move(pts), p);
 }
 
 void HrtfData::install(HrtfHeaderInfos&& newHeader, std::vector<HrtfPoint>&& newPoints,

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include "NolarException.h"
@@ -49,6 +50,8 @@ std::string errorText(int err) {
     case MYSOFA_ONLY_SOURCES_WITH_MC_SUPPORTED:
       return "source positions must be given per measurement";
     default:
+      // Below the library's own codes stand the system's (errno).
+      if (err > 0 && err < MYSOFA_INVALID_FORMAT) return std::strerror(err);
       return "error " + std::to_string(err);
   }
 }

@@ -3,7 +3,9 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <memory>
+#include <random>
 #include <vector>
 
 #include "ZorvHrtf.h"
@@ -68,6 +70,24 @@ TEST(HrtfDefaultSet, KemarAndAnyOtherNameMeanTheBuiltInSet) {
   }
 }
 
+// At 48000 Hz the set comes from its own table, on the same grid; every other
+// rate gets the 44100 one. The header says which.
+TEST(HrtfDefaultSet, FortyEightKilohertzHasItsOwnTable) {
+  Hrtf const at44("", 44100);
+  Hrtf const at48("", 48000);
+  Hrtf const at96("kemar", 96000);
+  EXPECT_EQ(at48.GetHrtfHeaderInfos()->sampleRate, 48000u);
+  EXPECT_EQ(at96.GetHrtfHeaderInfos()->sampleRate, 44100u);
+  EXPECT_EQ(at96.GetPoints()[100].coefficients, at44.GetPoints()[100].coefficients);
+  ASSERT_EQ(at48.GetNumPoints(), 710u);
+  EXPECT_NE(at48.GetPoints()[100].coefficients, at44.GetPoints()[100].coefficients);
+  for (std::size_t k = 0; k < 710; ++k) {
+    EXPECT_EQ(at48.GetPoints()[k].position.x, at44.GetPoints()[k].position.x);
+    // The delays are estimated from the same measurements at either rate.
+    EXPECT_NEAR(at48.GetPoints()[k].itd, at44.GetPoints()[k].itd, 0.02f) << k;
+  }
+}
+
 // The right ear of point j is the left ear of its mirror, bit for bit, and
 // the ITD of a point is minus its mirror's; a source on the left leads at the
 // left ear.
@@ -88,6 +108,33 @@ TEST(HrtfDefaultSet, MirrorRuleAndItdSign) {
       EXPECT_GT(p.itd, 0.f) << "point " << k;
     }
   }
+}
+
+// 10^5 sources anywhere from the origin to 10 m: the set's answer lies at the
+// smallest distance a double-precision scan finds. The origin, equally far
+// from every point, gets the same point each time.
+TEST(HrtfDefaultSet, NearestPointAgreesWithABruteForceScan) {
+  Hrtf const hrtf("");
+  auto const& pts = hrtf.GetPoints();
+  std::mt19937 rng(2024);
+  std::normal_distribution<float> n(0.f, 1.f);
+  std::uniform_real_distribution<float> r(0.f, 10.f);
+  auto dist = [](nolardsp::CartesianVector const& a, nolardsp::CartesianVector const& b) {
+    double const dx = double(a.x) - b.x, dy = double(a.y) - b.y, dz = double(a.z) - b.z;
+    return std::sqrt(dx * dx + dy * dy + dz * dz);
+  };
+  for (int k = 0; k < 100000; ++k) {
+    nolardsp::CartesianVector q(n(rng), n(rng), n(rng));
+    float const s = (k % 10 == 0 ? 1.f : r(rng)) / std::sqrt(q.x * q.x + q.y * q.y + q.z * q.z);
+    q = nolardsp::CartesianVector(q.x * s, q.y * s, q.z * s);
+    if (k % 1000 == 0) q = pts[std::size_t(k / 1000) * 7].position;
+    double best = std::numeric_limits<double>::infinity();
+    for (auto const& p : pts) best = std::min(best, dist(p.position, q));
+    ASSERT_NEAR(dist(hrtf.GetNearestHrtfPoint(q).position, q), best, 1e-6 * (1.0 + best)) << k;
+  }
+  uint32_t const atOrigin = hrtf.GetNearestHrtfPoint({0.f, 0.f, 0.f}).index;
+  EXPECT_LT(atOrigin, 710u);
+  EXPECT_EQ(hrtf.GetNearestHrtfPoint({0.f, 0.f, 0.f}).index, atOrigin);
 }
 
 // Every point lies on the unit sphere in the direction of the measurement it

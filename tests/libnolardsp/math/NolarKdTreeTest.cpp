@@ -33,9 +33,100 @@ double bruteForceDistance(std::vector<CartesianVector> const& points, Tree::Poin
   return best;
 }
 
+// The classic walk, written out plainly: the leaf the query falls in, then the
+// boxes from the root, second daughters first, pruned by the boxes' own
+// bounds, a point replacing the best only if strictly nearer. The tree's
+// faster search must give the same point, ties included.
+int32_t classicWalk(Tree const& tree, std::vector<CartesianVector> const& points,
+                    Tree::Point const& q) {
+  auto const& boxes = tree.GetBoxes();
+  auto const& perm = tree.GetPermutation();
+  auto dist = [&](int32_t k) {
+    float const dx = points[k].x - q.x[0], dy = points[k].y - q.x[1], dz = points[k].z - q.x[2];
+    return std::sqrt(dx * dx + dy * dy + dz * dz);
+  };
+  auto boxDist = [&](Tree::BoxNode const& b) {
+    float dd = 0.f;
+    for (int d = 0; d < 3; ++d) {
+      if (q.x[d] < b.lo.x[d]) dd += (q.x[d] - b.lo.x[d]) * (q.x[d] - b.lo.x[d]);
+      if (q.x[d] > b.hi.x[d]) dd += (q.x[d] - b.hi.x[d]) * (q.x[d] - b.hi.x[d]);
+    }
+    return std::sqrt(dd);
+  };
+  int32_t nb = 0;
+  for (int d = 0; boxes[nb].dau1 != 0; d = (d + 1) % 3) {
+    nb = q.x[d] <= boxes[boxes[nb].dau1].hi.x[d] ? boxes[nb].dau1 : boxes[nb].dau2;
+  }
+  float best = std::numeric_limits<float>::infinity();
+  int32_t found = -1;
+  auto scan = [&](Tree::BoxNode const& b) {
+    for (int32_t i = b.ptlo; i <= b.pthi; ++i) {
+      if (dist(perm[i]) < best) best = dist(perm[i]), found = perm[i];
+    }
+  };
+  scan(boxes[nb]);
+  std::vector<int32_t> stack = {0};
+  while (!stack.empty()) {
+    Tree::BoxNode const& b = boxes[stack.back()];
+    stack.pop_back();
+    if (!(boxDist(b) < best)) continue;
+    if (b.dau1 != 0) {
+      stack.push_back(b.dau1);
+      stack.push_back(b.dau2);
+    } else {
+      scan(b);
+    }
+  }
+  return found >= 0 ? found : perm[boxes[nb].ptlo <= boxes[nb].pthi ? boxes[nb].ptlo : 0];
+}
+
+// On a grid with mirror pairs (ring after ring, symmetric about x = 0),
+// queries in the mirror plane and on the grid's own points hit exact ties.
+TEST(KdTree, GivesThePointOfTheClassicWalkTiesIncluded) {
+  std::vector<CartesianVector> points;
+  int const counts[] = {56, 60, 72, 72, 45, 36, 24, 12, 1};
+  for (int ring = 0; ring < 9; ++ring) {
+    float const e = (-40.f + 15.f * ring) * 0.017453292f;
+    std::size_t const first = points.size();
+    for (int j = 0; j < counts[ring]; ++j) {
+      float const a = 6.2831855f * float(j) / float(counts[ring]);
+      points.emplace_back(-std::cos(e) * std::sin(a), std::cos(e) * std::cos(a), std::sin(e));
+      if (2 * j > counts[ring]) {  // the exact mirror of point n - j
+        CartesianVector const& m = points[first + std::size_t(counts[ring] - j)];
+        points.back() = CartesianVector(-m.x, m.y, m.z);
+      }
+    }
+  }
+  points.push_back(points[10]);  // and a duplicate
+  Tree tree;
+  tree.SetPositions(points.data(), static_cast<unsigned int>(points.size()));
+  std::mt19937 rng(99);
+  std::uniform_real_distribution<float> u(-1.5f, 1.5f);
+  int ties = 0;
+  for (int k = 0; k < 20000; ++k) {
+    Tree::Point q = query(u(rng), u(rng), u(rng));
+    if (k % 2 == 0) q.x[0] = 0.f;  // the mirror plane
+    if (k % 5 == 0) {
+      auto const& p = points[rng() % points.size()];
+      q = query(p.x * 1.7f, p.y * 1.7f, p.z * 1.7f);
+    }
+    int32_t const expect = classicWalk(tree, points, q);
+    ASSERT_EQ(tree.GetNearestPointIndex(q), expect) << "query " << k;
+    int equal = 0;
+    auto fdist = [&q](CartesianVector const& p) {
+      float const dx = p.x - q.x[0], dy = p.y - q.x[1], dz = p.z - q.x[2];
+      return std::sqrt(dx * dx + dy * dy + dz * dz);
+    };
+    for (auto const& p : points) equal += fdist(p) == fdist(points[expect]);
+    ties += equal > 1;
+  }
+  EXPECT_GT(ties, 100);  // the ties were there to resolve
+}
+
 // Random sets of 1 to 2000 points, some on the unit sphere, with duplicates
 // and the origin mixed in: the tree's answer is always at the brute-force
-// minimal distance (up to the float rounding of its own distances).
+// minimal distance (up to the float rounding of its own distances), and it is
+// the classic walk's point.
 TEST(KdTree, FindsTheMinimalDistanceOnRandomSets) {
   std::mt19937 rng(12345);
   std::uniform_real_distribution<float> coord(-2.f, 2.f);
@@ -65,6 +156,7 @@ TEST(KdTree, FindsTheMinimalDistanceOnRandomSets) {
       ASSERT_LT(i, n);
       double const expect = bruteForceDistance(points, q);
       ASSERT_NEAR(distance(points[i], q), expect, 1e-6 * (1.0 + expect)) << "n " << n;
+      ASSERT_EQ(i, classicWalk(tree, points, q)) << "n " << n;
     }
     // A query exactly on a stored point finds a point at distance 0.
     for (int k = 0; k < n; k += 1 + n / 50) {
