@@ -2,13 +2,14 @@
 # set-up on a fresh Debian machine: both install what is missing first.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
 CTEST_ARGS ?=
 
 FORMAT_FILES = $(shell git ls-files '*.h' '*.hpp' '*.cpp' '*.cc' 2>/dev/null)
 
-.PHONY: all build deps configure test test-asan bench demo format format-check clean pd
+.PHONY: all build deps configure test test-asan test-tsan bench demo format format-check clean pd
 
 all: build
 
@@ -33,6 +34,13 @@ test-asan: deps
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 		ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
+
+# The signal library's tests that run two threads at once (coefficient sets
+# handed to running blocks, filters swapped under them), under ThreadSanitizer.
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZORV_SANITIZE_THREAD=ON -DZORV_BUILD_BENCH=OFF $(CMAKE_ARGS)
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target test_nolardsp_threads
+	TSAN_OPTIONS=halt_on_error=1 $(TSAN_BUILD)/tests/test_nolardsp_threads --gtest_filter='FadedFilters.*:Fir.*'
 
 bench: deps configure
 	cmake --build $(BUILD) -j $(JOBS) --target zorv_bench

@@ -6,6 +6,41 @@
 
 namespace nolardsp {
 
+namespace {
+
+// S consecutive sections over n samples; the input of the first is
+// source * sourceGain (the gain is 1 after the first group, and multiplying
+// by exactly 1 changes nothing). output may be source.
+template <unsigned int S>
+void runSections(float* output, float const* source, unsigned long n, float sourceGain,
+                 float const* c, float* memory) {
+  float m[S][4];
+  float k[S][4];
+  for (unsigned int s = 0; s < S; ++s) {
+    for (unsigned int j = 0; j < 4; ++j) {
+      m[s][j] = memory[4 * s + j];
+      k[s][j] = c[4 * s + j];
+    }
+  }
+  for (unsigned long i = 0; i < n; ++i) {
+    float x = source[i] * sourceGain;
+    for (unsigned int s = 0; s < S; ++s) {
+      float const y =
+          k[s][1] * m[s][1] + k[s][0] * m[s][0] + k[s][2] * m[s][2] + k[s][3] * m[s][3] + x;
+      m[s][3] = m[s][2];
+      m[s][2] = y;
+      m[s][1] = m[s][0];
+      m[s][0] = x;
+      x = y;
+    }
+    output[i] = x;
+  }
+  for (unsigned int s = 0; s < S; ++s)
+    for (unsigned int j = 0; j < 4; ++j) memory[4 * s + j] = m[s][j];
+}
+
+}  // namespace
+
 BiquadCascade::BiquadCascade(unsigned int numCascades_) : Filter(), numCascades(0), gain(1.f) {
   SetNumCascades(numCascades_);
 }
@@ -29,38 +64,39 @@ void BiquadCascade::Process(float* output, float* input, unsigned long n) {
     Zero(output, n);
     return;
   }
-  // Section by section over the whole block: the same arithmetic per sample
-  // as running every section for each sample in turn, with the state in
-  // registers. The first section reads the input times the gain.
-  float const g = gain;
+  // Sections run in groups of up to four, sample by sample within a group,
+  // with the group's state in registers: the recurrences of neighbouring
+  // sections overlap in the processor instead of waiting on one another. The
+  // arithmetic per sample is the same as running every section in turn.
   float const* source = input;
-  for (unsigned int s = 0; s < numCascades; ++s) {
-    float const c0 = coefficients[4 * s + 0];
-    float const c1 = coefficients[4 * s + 1];
-    float const c2 = coefficients[4 * s + 2];
-    float const c3 = coefficients[4 * s + 3];
-    float m0 = memory[4 * s + 0];
-    float m1 = memory[4 * s + 1];
-    float m2 = memory[4 * s + 2];
-    float m3 = memory[4 * s + 3];
-    bool const first = s == 0;
-    for (unsigned long i = 0; i < n; ++i) {
-      float const x = first ? source[i] * g : source[i];
-      float const y = c1 * m1 + c0 * m0 + c2 * m2 + c3 * m3 + x;
-      m3 = m2;
-      m2 = y;
-      m1 = m0;
-      m0 = x;
-      output[i] = y;
+  float sourceGain = gain;
+  unsigned int s = 0;
+  while (s < numCascades) {
+    unsigned int const group = std::min(4u, numCascades - s);
+    switch (group) {
+      case 4:
+        runSections<4>(output, source, n, sourceGain, coefficients.data() + 4 * s,
+                       memory.data() + 4 * s);
+        break;
+      case 3:
+        runSections<3>(output, source, n, sourceGain, coefficients.data() + 4 * s,
+                       memory.data() + 4 * s);
+        break;
+      case 2:
+        runSections<2>(output, source, n, sourceGain, coefficients.data() + 4 * s,
+                       memory.data() + 4 * s);
+        break;
+      default:
+        runSections<1>(output, source, n, sourceGain, coefficients.data() + 4 * s,
+                       memory.data() + 4 * s);
+        break;
     }
-    memory[4 * s + 0] = m0;
-    memory[4 * s + 1] = m1;
-    memory[4 * s + 2] = m2;
-    memory[4 * s + 3] = m3;
+    s += group;
     source = output;
+    sourceGain = 1.f;
   }
   if (numCascades == 0) {
-    Mul(output, input, g, n);
+    Mul(output, input, gain, n);
     return;
   }
   if (!AllFinite(memory.data(), memory.size())) {

@@ -75,12 +75,16 @@ class FadedFilters : public SignalProcessing {
   // Milliseconds; takes effect at the next fade. NaN is ignored; 0 or less
   // means no fade.
   void SetCrossFadeTime(float milliseconds);
-  float GetCrossFadeTime() const { return crossFadeTime; }
+  float GetCrossFadeTime() const { return crossFadeTime.load(std::memory_order_relaxed); }
   // "linear", "cosine" or "squareCosine"; an unknown word gives "linear".
   // Takes effect at the next fade.
   void SetCrossFadeType(char const* name);
-  void SetCrossFadeType(CrossFadeType type) { nextCrossFadeType = type; }
-  CrossFadeType GetCrossFadeType() const { return nextCrossFadeType; }
+  void SetCrossFadeType(CrossFadeType type) {
+    nextCrossFadeType.store(type, std::memory_order_relaxed);
+  }
+  CrossFadeType GetCrossFadeType() const {
+    return nextCrossFadeType.load(std::memory_order_relaxed);
+  }
 
   // A rate that is not a positive finite number is ignored.
   void SetSamplerate(float samplerate) override;
@@ -131,7 +135,8 @@ class FadedFilters : public SignalProcessing {
   int samplesRemaining;
   int state;
   unsigned int flags;
-  float crossFadeTime;
+  // Set from the message thread, read at the start of a block.
+  std::atomic<float> crossFadeTime;
   unsigned int numCoefficients;
   std::vector<float> pendingCoefficients[3];
   std::atomic<unsigned int> pendingMiddle;
@@ -141,8 +146,8 @@ class FadedFilters : public SignalProcessing {
   std::vector<float> bufferTwo;
   T filterOne;
   T filterTwo;
-  CrossFadeType crossFadeType;      // of the fade running
-  CrossFadeType nextCrossFadeType;  // of the next fade
+  CrossFadeType crossFadeType;                   // of the fade running
+  std::atomic<CrossFadeType> nextCrossFadeType;  // of the next fade
   std::map<std::string, CrossFadeType> crossFadeTypeMap;
   int fadeLength;
   int fadePosition;
@@ -205,7 +210,7 @@ float const* FadedFilters<T>::takePending() {
 template <typename T>
 void FadedFilters<T>::SetCrossFadeTime(float milliseconds) {
   if (std::isnan(milliseconds)) return;
-  crossFadeTime = milliseconds;
+  crossFadeTime.store(milliseconds, std::memory_order_relaxed);
 }
 
 template <typename T>
@@ -215,7 +220,7 @@ void FadedFilters<T>::SetCrossFadeType(char const* name) {
     crossFadeTypeMap["cosine"] = CrossFadeCosine;
     crossFadeTypeMap["squareCosine"] = CrossFadeSquareCosine;
   }
-  nextCrossFadeType = crossFadeTypeMap[name != nullptr ? name : ""];
+  SetCrossFadeType(crossFadeTypeMap[name != nullptr ? name : ""]);
 }
 
 template <typename T>
@@ -245,7 +250,7 @@ void FadedFilters<T>::Clear() {
 template <typename T>
 int FadedFilters<T>::GetFadeLength() const {
   double const limit = std::max(2.0, std::floor(MaxCrossFadeSeconds * samplerate));
-  double samples = std::ceil(static_cast<double>(crossFadeTime) * samplerate * 0.001);
+  double samples = std::ceil(static_cast<double>(GetCrossFadeTime()) * samplerate * 0.001);
   if (!(samples >= 2.0)) samples = 2.0;
   if (samples > limit) samples = limit;
   return static_cast<int>(samples);
@@ -259,7 +264,7 @@ void FadedFilters<T>::startWarmUp(bool towardsTwo, float const* set) {
   incoming.SetState(outgoing);
   samplesRemaining = static_cast<int>(maxBlockSize);
   state = towardsTwo ? WarmingFilterTwo : WarmingFilterOne;
-  bool const trig = nextCrossFadeType != CrossFadeLinear;
+  bool const trig = GetCrossFadeType() != CrossFadeLinear;
   if (towardsTwo) {
     gainOne = trig ? 0.f : 1.f;
     gainTwo = 0.f;
@@ -272,7 +277,7 @@ void FadedFilters<T>::startWarmUp(bool towardsTwo, float const* set) {
 
 template <typename T>
 void FadedFilters<T>::startFade(bool towardsTwo) {
-  crossFadeType = nextCrossFadeType;
+  crossFadeType = GetCrossFadeType();
   fadeLength = GetFadeLength();
   fadePosition = 0;
   fadeTowardsTwo = towardsTwo;
@@ -316,16 +321,13 @@ void FadedFilters<T>::endFade() {
 
 template <typename T>
 void FadedFilters<T>::swapWithoutFade() {
+  // The count of a warm-up is not that of a fade: a warm-up ends here.
+  if (state == WarmingFilterTwo || state == WarmingFilterOne) samplesRemaining = 0;
   float const* set = takePending();
   if (set == nullptr) {
-    // A warm-up ends at once: its filter already holds the newest set.
+    // Its filter already holds the newest set.
     if (state == WarmingFilterTwo) state = FilterTwoActive;
     if (state == WarmingFilterOne) state = FilterOneActive;
-    if (state == FilterOneActive || state == FilterTwoActive) {
-      if (samplesRemaining > 0 && fadeTowardsTwo != (state == FilterTwoActive))
-        samplesRemaining = 0;
-      if (samplesRemaining < 0) samplesRemaining = 0;
-    }
     return;
   }
   float* values = const_cast<float*>(set);
@@ -347,13 +349,11 @@ void FadedFilters<T>::swapWithoutFade() {
       // that history and takes the newer set.
       filterTwo.SetCoefficients(values);
       state = FilterTwoActive;
-      samplesRemaining = 0;
       break;
     case WarmingFilterOne:
     default:
       filterOne.SetCoefficients(values);
       state = FilterOneActive;
-      samplesRemaining = 0;
       break;
   }
   // A fade already running goes on to its end when it leads to the filter now
@@ -366,7 +366,7 @@ template <typename T>
 void FadedFilters<T>::update() {
   bool const pending = HasPendingCoefficients();
   if (!pending && state != WarmingFilterTwo && state != WarmingFilterOne) return;
-  if (!(crossFadeTime > 0.f)) {
+  if (!(GetCrossFadeTime() > 0.f)) {
     swapWithoutFade();
     return;
   }
@@ -398,6 +398,8 @@ void FadedFilters<T>::Process(float** outputs, float** inputs, unsigned long num
 template <typename T>
 void FadedFilters<T>::ProcessBlock(float* output, float* input, unsigned long numSamples,
                                    bool adding) {
+  // An empty block is not a block: it neither warms a filter up nor fades.
+  if (numSamples == 0) return;
   update();
   unsigned long const piece = bufferOne.size();
   while (numSamples > 0) {

@@ -54,7 +54,7 @@ class Filter : public SignalProcessing {
 
   // True while the present coefficient set is not run (non-finite values, or
   // poles on or outside the unit circle): the filter outputs zeros.
-  bool IsSilenced() const { return silenced; }
+  virtual bool IsSilenced() const { return silenced; }
 
   // The value of a user's word: "timedomain" and "direct" are 0, "fftconvolution"
   // and "fft" are 1. An unknown word is entered in the map and gives 0.

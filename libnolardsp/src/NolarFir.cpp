@@ -1,5 +1,6 @@
 #include "NolarFir.h"
 
+#include <algorithm>
 #include <typeinfo>
 
 #include "NolarFirFilterOverlapAdd.h"
@@ -14,6 +15,7 @@ Fir::Fir(unsigned int order_, FIRImplementation m)
       pendingFilter(nullptr),
       retiredFilter(nullptr) {
   order = order_;
+  coefficients.assign(order + 1, 0.f);
 }
 
 Fir::~Fir() {
@@ -33,6 +35,7 @@ void Fir::adoptPending() {
   if (retiredFilter.load(std::memory_order_acquire) != nullptr) return;
   Filter* next = pendingFilter.exchange(nullptr, std::memory_order_acq_rel);
   if (next == nullptr) return;
+  next->SetCoefficients(coefficients.data());
   Filter* previous = filter.exchange(next, std::memory_order_acq_rel);
   retiredFilter.store(previous, std::memory_order_release);
 }
@@ -86,6 +89,7 @@ void Fir::Clear() {
 }
 
 void Fir::SetCoefficients(float* values) {
+  std::copy(values, values + coefficients.size(), coefficients.begin());
   working()->SetCoefficients(values);
 }
 
@@ -103,11 +107,17 @@ void Fir::SetState(Filter const& other) {
 void Fir::SetOrder(unsigned int n) {
   collectRetired();
   order = n;
+  coefficients.resize(n + 1, 0.f);
   working()->SetOrder(n);
 }
 
 void Fir::ClearTaps() {
+  std::fill(coefficients.begin(), coefficients.end(), 0.f);
   working()->ClearTaps();
+}
+
+bool Fir::IsSilenced() const {
+  return working()->IsSilenced();
 }
 
 bool Fir::IsStable() const {
@@ -140,18 +150,11 @@ void Fir::SetImplementationMethod(FIRImplementation m) {
   implementation = m;
   delete retiredFilter.exchange(nullptr, std::memory_order_acq_rel);
 
-  // The newest filter: a pending one not yet taken up, else the working one.
-  Filter* unclaimed = pendingFilter.exchange(nullptr, std::memory_order_acq_rel);
-  Filter const* current = unclaimed != nullptr ? unclaimed : working();
-  unsigned int const n = current->GetOrder();
-  std::vector<float> taps(current->GetNumCoefficients());
-  current->GetCoefficients(taps);
-
-  Filter* next = makeFilter(n, m);
+  // The taps are given when the filter is taken up, so that a set that
+  // arrives in between is not lost.
+  delete pendingFilter.exchange(nullptr, std::memory_order_acq_rel);
+  Filter* next = makeFilter(order, m);
   next->Configure(samplerate, static_cast<unsigned int>(maxBlockSize), true);
-  next->SetCoefficients(taps.data());
-  next->Clear();
-  delete unclaimed;
   pendingFilter.store(next, std::memory_order_release);
 }
 

@@ -12,11 +12,13 @@ namespace nolardsp {
 // does the work; the object's own coefficients and memory stay idle.
 //
 // SetImplementationMethod builds the new filter on the calling thread (with
-// this object's taps, order, rate and block size) and hands it over: the audio
-// thread takes it up at the start of its next block, so a block never runs a
-// filter that is being deleted. The filter it replaces is deleted by the next
-// set-up call (or the destructor), never on the audio thread. The signal
-// history is not carried across a change of implementation.
+// this object's order, rate and block size) and hands it over: the audio
+// thread takes it up at the start of its next block, gives it the latest taps
+// (this object keeps a copy of every set it is given, on whichever thread), and
+// so a block never runs a filter that is being deleted nor one with stale taps.
+// The filter it replaces is deleted by the next set-up call (or the
+// destructor), never on the audio thread. The signal history is not carried
+// across a change of implementation.
 class Fir : public Filter {
  public:
   explicit Fir(unsigned int order = 0, FIRImplementation implementation = TimeDomain);
@@ -44,6 +46,7 @@ class Fir : public Filter {
   unsigned int GetOrder() const override;
   unsigned int GetNumCoefficients() const override;
   void GetMemory(std::vector<float>& memoryOut) const override;
+  bool IsSilenced() const override;
 
   // Nothing when m is the present implementation. Safe while blocks run on
   // another thread; not safe against other set-up calls at the same time.

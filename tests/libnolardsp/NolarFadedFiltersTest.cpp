@@ -93,9 +93,7 @@ TEST_P(FadeLaws, OutputIsTheLawsMixAndEndsOnTheNewFilterAlone) {
     for (int s = 0; s < 3; ++s) plain[s].Process(refs[s].data(), in, block);
     bool const warmUpBlock = (stateBefore <= 1 && (faded.GetState() == 2 || faded.GetState() == 4));
     for (unsigned long i = 0; i < block; ++i) {
-      if (next < 0 || warmUpBlock || fadeSample < 0) {
-        if (next >= 0 && !warmUpBlock && fadeSample < 0) fadeSample = 0;  // fade starts here
-      }
+      if (next >= 0 && !warmUpBlock && fadeSample < 0) fadeSample = 0;  // the fade starts here
       if (next >= 0 && fadeSample >= 0) {
         double const w = static_cast<double>(fadeSample) / (N - 1);
         double gOut, gIn;
@@ -207,35 +205,44 @@ TEST(FadedFilters, FadeLengthIsComputedInDoubleAndBounded) {
 }
 
 // A zero fade time (or an immediate set) during a warm-up ends the warm-up at
-// once with the newest set, instead of leaving the object waiting.
+// once with the newest set, instead of leaving the object waiting; both
+// directions of the cycle, with blocks shorter than announced so that the
+// warm-up's count is not used up when it ends.
 TEST(FadedFilters, ZeroFadeTimeDuringWarmUpSwapsAtOnce) {
-  std::vector<float> a = {1.f, 0.f}, b = {2.f, 0.f}, c = {3.f, 0.f}, d = {4.f, 0.f};
   std::vector<float> x(8, 1.f), y(8);
   for (int variant = 0; variant < 3; ++variant) {
     FadedFirTimeDomain faded(1);
-    faded.Configure(1000.f, 8, true);
-    faded.SetCrossFadeTime(20.f);
-    faded.SetCoefficients(a.data(), true);
-    faded.SetCoefficients(b.data(), false);
-    faded.ProcessBlock(y.data(), x.data(), 8, false);
-    // The immediate set went to filterTwo; b warms filterOne up.
-    ASSERT_EQ(faded.GetState(), State::WarmingFilterOne);
-    EXPECT_EQ(y[7], 1.f);
-    float expected = 2.f;
-    if (variant == 0) {
-      faded.SetCrossFadeTime(0.f);
-    } else if (variant == 1) {
-      faded.SetCrossFadeTime(0.f);
-      faded.SetCoefficients(c.data(), false);
-      expected = 3.f;
-    } else {
-      faded.SetCoefficients(d.data(), true);
-      EXPECT_EQ(faded.GetState(), State::FilterOneActive);
-      expected = 4.f;
+    faded.Configure(1000.f, 16, true);
+    float set[] = {1.f, 0.f};
+    faded.SetCoefficients(set, true);  // to filterTwo: state 1
+    for (int round = 0; round < 2; ++round) {
+      bool const towardsOne = round == 0;
+      faded.SetCrossFadeTime(20.f);
+      set[0] = 10.f * (round + 1);
+      faded.SetCoefficients(set, false);
+      faded.ProcessBlock(y.data(), x.data(), 8, false);
+      ASSERT_EQ(faded.GetState(), towardsOne ? State::WarmingFilterOne : State::WarmingFilterTwo);
+      float expected = set[0];
+      if (variant == 0) {
+        faded.SetCrossFadeTime(0.f);
+      } else if (variant == 1) {
+        faded.SetCrossFadeTime(0.f);
+        set[0] += 1.f;
+        faded.SetCoefficients(set, false);
+        expected = set[0];
+      } else {
+        set[0] += 2.f;
+        faded.SetCoefficients(set, true);
+        expected = set[0];
+      }
+      State::State const active = towardsOne ? State::FilterOneActive : State::FilterTwoActive;
+      for (int block = 0; block < 3; ++block) {
+        faded.ProcessBlock(y.data(), x.data(), 8, false);
+        EXPECT_EQ(faded.GetState(), active) << variant << " " << round;
+        EXPECT_EQ(faded.GetSamplesRemaining(), 0);
+        for (float v : y) EXPECT_EQ(v, expected) << variant << " " << round;
+      }
     }
-    faded.ProcessBlock(y.data(), x.data(), 8, false);
-    EXPECT_EQ(faded.GetState(), State::FilterOneActive) << variant;
-    for (float v : y) EXPECT_EQ(v, expected) << variant;
   }
 }
 

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "NolarFir.h"
@@ -269,6 +271,43 @@ TEST(Fir, SetImplementationMethodKeepsTapsAndConfiguration) {
   f.SetImplementationMethod(Filter::TimeDomain);
   f.Process(y.data(), x.data(), 10);
   EXPECT_NE(dynamic_cast<FirTimeDomain*>(f.GetFilter()), nullptr);
+}
+
+// The implementation changes on another thread while blocks run; with a
+// single tap of 1 every block must pass its input whichever filter runs it, and
+// a set given between the change and the next block is not lost.
+TEST(Fir, ImplementationChangesWhileBlocksRun) {
+  Fir f(31, Filter::TimeDomain);
+  f.Configure(48000.f, 64, true);
+  std::vector<float> h(32, 0.f);
+  h[0] = 1.f;
+  f.SetCoefficients(h.data());
+  std::atomic<int> changes(0);
+  std::atomic<bool> stop(false);
+  std::thread control([&] {
+    while (!stop.load()) {
+      f.SetImplementationMethod(changes % 2 == 0 ? Filter::FFTConvolution : Filter::TimeDomain);
+      ++changes;
+    }
+  });
+  std::vector<float> x = noise(64, 91), y(64);
+  int wrong = 0;
+  for (int block = 0; block < 3000 || changes.load() < 20; ++block) {
+    f.Process(y.data(), x.data(), 64);
+    for (int i = 0; i < 64; ++i)
+      if (std::fabs(y[i] - x[i]) > 1e-5f) ++wrong;
+  }
+  stop = true;
+  control.join();
+  EXPECT_EQ(wrong, 0);
+
+  h[0] = 0.5f;
+  f.SetImplementationMethod(Filter::FFTConvolution);
+  f.SetImplementationMethod(Filter::TimeDomain);
+  f.SetImplementationMethod(Filter::FFTConvolution);
+  f.SetCoefficients(h.data());
+  f.Process(y.data(), x.data(), 64);
+  for (int i = 32; i < 64; ++i) EXPECT_NEAR(y[i], 0.5f * x[i], 1e-6f);
 }
 
 // Taps with a NaN or an infinity give silence, not NaN, and the next good set
