@@ -476,6 +476,8 @@ void BinauralPanningDirect::SetFIRFiltersImplementationMethod(
 void BinauralPanningDirect::SetListenerHeadRadius(float metres) {
   collectRetired();
   headRadius = metres;
+  // Only the models read the radius.
+  if (itdType == ITDFromMeasurement || itdType == NoITD) return;
   forgetLastPoints();
   forceUpdate(false);
 }

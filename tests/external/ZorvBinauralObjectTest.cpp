@@ -15,8 +15,10 @@
 #include <vector>
 
 #include "ZorvHost.h"
+#include "ZorvHrtf.h"
 #include "ZorvHrtf2bKemar44100.h"
 #include "ZorvHrtfItdEstimator.h"
+#include "ZorvHrtfSdifFileWriter.h"
 #include "ZorvPanObject.h"
 
 namespace {
@@ -284,31 +286,37 @@ TEST_F(BinauralObjectTest, ListenerYawTurnsTheScene) {
   }
 }
 
-// A SOFA set is an FIR set: the rendered impulse is the measured pair at the
-// stereo level of a binaural sum.
-TEST_F(BinauralObjectTest, ASofaSetRendersTheMeasuredResponses) {
+// A SOFA set is an FIR set, and so is the .hrtf file that zorv-hrtf writes
+// from it: the rendered impulse is the measured pair at the stereo level of a
+// binaural sum.
+TEST_F(BinauralObjectTest, SofaAndFirHrtfSetsRenderTheMeasuredResponses) {
   Measurements kemar;
   if (!kemar.ok()) GTEST_SKIP() << "no " << kemarSofa;
-  auto pan = make("@numinputs 1 @numoutputs 2 @type binaural");
-  ASSERT_NE(pan, nullptr);
-  pan->StartDsp(44100., 64);
-  pan->SendMessage(std::string("load ") + kemarSofa);
-  EXPECT_TRUE(texts(Severity::Error).empty());
-  EXPECT_TRUE(texts(Severity::Warning).empty());
-  for (double azimuth : {0., 40., -115., 180.}) {
-    char message[64];
-    std::snprintf(message, sizeof message, "source 1 aed %g 10 1.3", azimuth);
-    pan->SendMessage(message);
-    Pair const rendered = impulse(*pan, 44100., 1024);
-    Pair const measured = kemar.at(azimuth, 10.);
-    for (std::size_t k = 0; k < measured.left.size(); ++k) {
-      ASSERT_NEAR(rendered.left[k], 0.70710677 * measured.left[k], 1e-5) << azimuth << " " << k;
-      ASSERT_NEAR(rendered.right[k], 0.70710677 * measured.right[k], 1e-5) << azimuth << " " << k;
-    }
-    for (std::size_t k = measured.left.size(); k < rendered.left.size(); ++k) {
-      ASSERT_NEAR(rendered.left[k], 0., 1e-6);
+  std::string const converted = ::testing::TempDir() + "kemar-fir.hrtf";
+  Zorv::HrtfSdifFileWriter::Write(Zorv::Hrtf(kemarSofa, 44100), converted, "zorv-hrtf");
+  for (std::string const& file : {std::string(kemarSofa), converted}) {
+    auto pan = make("@numinputs 1 @numoutputs 2 @type binaural");
+    ASSERT_NE(pan, nullptr);
+    pan->StartDsp(44100., 64);
+    pan->SendMessage("load " + file);
+    EXPECT_TRUE(texts(Severity::Error).empty()) << file;
+    EXPECT_TRUE(texts(Severity::Warning).empty()) << file;
+    for (double azimuth : {0., 40., -115., 180.}) {
+      char message[64];
+      std::snprintf(message, sizeof message, "source 1 aed %g 10 1.3", azimuth);
+      pan->SendMessage(message);
+      Pair const rendered = impulse(*pan, 44100., 1024);
+      Pair const measured = kemar.at(azimuth, 10.);
+      for (std::size_t k = 0; k < measured.left.size(); ++k) {
+        ASSERT_NEAR(rendered.left[k], 0.70710677 * measured.left[k], 1e-5) << azimuth << " " << k;
+        ASSERT_NEAR(rendered.right[k], 0.70710677 * measured.right[k], 1e-5) << azimuth << " " << k;
+      }
+      for (std::size_t k = measured.left.size(); k < rendered.left.size(); ++k) {
+        ASSERT_NEAR(rendered.left[k], 0., 1e-6);
+      }
     }
   }
+  std::remove(converted.c_str());
 }
 
 TEST_F(BinauralObjectTest, LoadRefusesWhatTheRendererCannotUse) {

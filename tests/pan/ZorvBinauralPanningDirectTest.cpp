@@ -17,6 +17,7 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvHrtf.h"
 #include "ZorvHrtf2bKemar44100.h"
+#include "ZorvHrtfSdifFileWriter.h"
 #include "ZorvTestAllocationCounter.h"
 
 namespace {
@@ -220,8 +221,15 @@ TEST(BinauralPanningDirect, ProcessAllocatesNothing) {
 // is finite, and the sets in turn are those loaded.
 TEST(BinauralPanningDirect, LoadingWhileBlocksRunIsSafe) {
   std::string const coll = writeColl("binaural-load-44100.coll");
-  std::vector<std::string> paths = {"kemar", coll};
-  if (exists(kemarSofa)) paths.push_back(kemarSofa);
+  std::string const biquads = ::testing::TempDir() + "binaural-load-biquads.hrtf";
+  std::string const fir = ::testing::TempDir() + "binaural-load-fir.hrtf";
+  Zorv::HrtfSdifFileWriter::Write(Zorv::Hrtf("", 44100), biquads, "test");
+  std::vector<std::string> paths = {"kemar", coll, biquads};
+  if (exists(kemarSofa)) {
+    Zorv::HrtfSdifFileWriter::Write(Zorv::Hrtf(kemarSofa, 44100), fir, "test");
+    paths.push_back(fir);
+    paths.push_back(kemarSofa);
+  }
   BinauralPanningDirect pan(4, 2);
   pan.Configure(44100.f, 64, true);
   std::atomic<bool> stop(false);
@@ -258,7 +266,7 @@ TEST(BinauralPanningDirect, LoadingWhileBlocksRunIsSafe) {
   audio.join();
   EXPECT_TRUE(allFinite.load());
   EXPECT_GT(blocks.load(), 0);
-  std::remove(coll.c_str());
+  for (std::string const& f : {coll, biquads, fir}) std::remove(f.c_str());
 }
 
 }  // namespace
