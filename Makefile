@@ -39,9 +39,8 @@ test-asan: deps
 # handed to running blocks, filters swapped under them), under ThreadSanitizer.
 test-tsan: deps
 	cmake -S . -B $(TSAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZORV_SANITIZE_THREAD=ON -DZORV_BUILD_BENCH=OFF $(CMAKE_ARGS)
-	cmake --build $(TSAN_BUILD) -j $(JOBS) --target test_nolardsp_threads test_binaural_threads
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target test_nolardsp_threads
 	TSAN_OPTIONS=halt_on_error=1 $(TSAN_BUILD)/tests/test_nolardsp_threads --gtest_filter='FadedFilters.*:Fir.*'
-	TSAN_OPTIONS=halt_on_error=1 $(TSAN_BUILD)/tests/test_binaural_threads --gtest_filter='*Loading*'
 
 bench: deps configure
 	cmake --build $(BUILD) -j $(JOBS) --target zorv_bench
