@@ -60,9 +60,12 @@ fuzz: deps configure
 DEMO_RENDER = $(BUILD)/tools/zorv-render/zorv-render
 DEMO_FILE   = demo/zorv-demo-ring8.wav
 DEMO_BOX    = @numinputs 1 @numoutputs 8 @type vbap2d
+DEMO_HEADPHONES_FILE = demo/zorv-demo-binaural.wav
+DEMO_HEADPHONES_BOX  = @numinputs 1 @numoutputs 2 @type binaural
 
 # The demonstration: a synthesised source circling the listener once in 8 s,
-# on a ring of 8 speakers. The renderer is built only when the object's library
+# on a ring of 8 speakers; and on headphones, the same source going round,
+# then over the head, through the built-in HRTF set. The renderer is built only when the object's library
 # is there; until a panner exists the object refuses the box, and says so.
 demo: deps
 	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release $(CMAKE_ARGS)
@@ -79,6 +82,12 @@ demo: deps
 		echo "On headphones or two speakers, fold it to stereo first, e.g. with sox:"; \
 		echo "  sox $(DEMO_FILE) demo/zorv-demo-stereo.wav remix 1,2v0.5,6v0.5,7,8 2v0.5,3,4,5,6v0.5"; \
 		echo "  (left and right survive, front and back do not), then play it with any player."; \
+		$(DEMO_RENDER) --demo --bits 16 -o $(DEMO_HEADPHONES_FILE) "$(DEMO_HEADPHONES_BOX)" || exit 1; \
+		echo; \
+		echo "Wrote $(DEMO_HEADPHONES_FILE): 2 channels, for HEADPHONES (binaural, built-in HRTF set);"; \
+		echo "  the source goes once around you, front, right, behind, left, in 8 seconds,"; \
+		echo "  then from the front up over your head to behind you in 4 more."; \
+		echo "Listen on headphones with any player, e.g. aplay $(DEMO_HEADPHONES_FILE)"; \
 	else \
 		echo "zorv-render is not built: the object's library (external/) is not there yet."; \
 	fi

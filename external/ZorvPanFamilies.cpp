@@ -1,8 +1,11 @@
 #include "ZorvPanFamilies.h"
 
 #include "NolarSphericalHarmonic.h"
+#include "ZorvBinauralPanning.h"
+#include "ZorvBinauralPanningDirect.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
+#include "ZorvHrtfHeaderInfos.h"
 #include "ZorvRecursivePanning.h"
 #include "ZorvSubwoofersPanning.h"
 #include "ZorvVDbapPanning.h"
@@ -93,9 +96,16 @@ bool GetHoaInfos(Zorv::Pan* panner, HoaInfos& infos) {
 void UseHighPassFilters(Zorv::Pan*, bool) {}
 void SetSpeakerRadius(Zorv::Pan*, float) {}
 
-// BinauralPanning and its renderers: not built yet.
-bool IsBinaural(Zorv::Pan*) {
-  return false;
+// BinauralPanning and its renderers; the nearfield, spherical-harmonics and
+// snowman renderers are not built yet.
+namespace {
+Zorv::BinauralPanning* binaural(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::BinauralPanning*>(panner);
+}
+}  // namespace
+
+bool IsBinaural(Zorv::Pan* panner) {
+  return binaural(panner) != nullptr;
 }
 bool IsBinauralNearfield(Zorv::Pan*) {
   return false;
@@ -106,15 +116,30 @@ bool IsBinauralSphericalHarmonics(Zorv::Pan*) {
 bool IsBinauralSnowman(Zorv::Pan*) {
   return false;
 }
-void SetListenerPosition(Zorv::Pan*, nolardsp::CartesianVector const&) {}
-void SetListenerYaw(Zorv::Pan*, float) {}
-void SetFIRFiltersImplementationMethod(Zorv::Pan*, char const*) {}
-void SetCrossFadeType(Zorv::Pan*, char const*) {}
-void SetFilterCrossFadeTime(Zorv::Pan*, float) {}
-char const* SetITDType(Zorv::Pan*, char const* name) {
-  return name;
+void SetListenerPosition(Zorv::Pan* panner, nolardsp::CartesianVector const& position) {
+  if (auto* p = binaural(panner)) p->SetListenerPosition(position);
 }
-void SetListenerHeadRadius(Zorv::Pan*, float) {}
+void SetListenerYaw(Zorv::Pan* panner, float degrees) {
+  if (auto* p = binaural(panner)) p->SetListenerYaw(degrees);
+}
+void SetFIRFiltersImplementationMethod(Zorv::Pan* panner, char const* name) {
+  if (auto* p = binaural(panner)) p->SetFIRFiltersImplementationMethod(name);
+}
+void SetCrossFadeType(Zorv::Pan* panner, char const* name) {
+  if (auto* p = binaural(panner)) p->SetCrossFadeType(name);
+}
+void SetFilterCrossFadeTime(Zorv::Pan* panner, float milliseconds) {
+  if (auto* p = binaural(panner)) p->SetFilterCrossFadeTime(milliseconds);
+}
+char const* SetITDType(Zorv::Pan* panner, char const* name) {
+  auto* p = binaural(panner);
+  if (p == nullptr) return name;
+  p->SetITDType(name);
+  return Zorv::BinauralPanning::GetITDTypeName(p->GetCurrentITDType());
+}
+void SetListenerHeadRadius(Zorv::Pan* panner, float metres) {
+  if (auto* p = binaural(panner)) p->SetListenerHeadRadius(metres);
+}
 void SetListenerTorsoRadius(Zorv::Pan*, float) {}
 void SetListenerNeckHeight(Zorv::Pan*, float) {}
 void SetTorsoReflectionCoefficient(Zorv::Pan*, float) {}
@@ -125,14 +150,41 @@ void EnableNearfieldFilters(Zorv::Pan*, bool) {}
 void EnableGainsCorrection(Zorv::Pan*, bool) {}
 void EnableDelaysCorrection(Zorv::Pan*, bool) {}
 void EnableHrtfFilters(Zorv::Pan*, bool) {}
-bool LoadFromFile(Zorv::Pan*, char const*) {
-  return false;
+bool LoadFromFile(Zorv::Pan* panner, char const* path) {
+  auto* p = binaural(panner);
+  return p != nullptr && p->LoadFromFile(path);
+}
+bool TakeSampleRateNotice(Zorv::Pan* panner, unsigned int& setRate, unsigned int& runningRate) {
+  auto* p = dynamic_cast<Zorv::BinauralPanningDirect*>(panner);
+  return p != nullptr && p->TakeSampleRateNotice(setRate, runningRate);
 }
 bool LoadCompensationFilters(Zorv::Pan*, char const*) {
   return false;
 }
-bool GetFilterSetReport(Zorv::Pan*, int, char const*, std::vector<std::string>&) {
-  return false;
+bool GetFilterSetReport(Zorv::Pan* panner, int kind, char const* label,
+                        std::vector<std::string>& lines) {
+  auto* p = binaural(panner);
+  if (p == nullptr || kind != 0) return false;
+  Zorv::HrtfHeaderInfos const* h = p->GetHrtfHeaderInfos();
+  if (h == nullptr) return false;
+  std::string const l = label != nullptr ? label : "";
+  auto line = [&lines, &l](char const* name, std::string const& value, char const* tail = "") {
+    lines.push_back(l + " : " + name + " : " + value + tail);
+  };
+  line("owner", h->owner, " ");
+  line("subject", h->subject);
+  line("copyright", h->copyright);
+  line("hrtf type", Zorv::GetHrtfTypeName(h->hrtfType));
+  line("filter type", Zorv::GetHrtfFilterTypeName(h->filterType));
+  line("symmetrization", h->symmetrization);
+  line("spatial interpolation", h->spatialInterpolation);
+  line("original measurement set", h->measurementSet, " ");
+  line("interpolation set", h->interpolationSet, " ");
+  line("coefficients", std::to_string(h->numCoefficients));
+  line("channels", std::to_string(h->numChannels));
+  line("sampling rate", std::to_string(h->sampleRate));
+  line("points", std::to_string(h->numPoints));
+  return true;
 }
 
 }  // namespace zorv_pan_families

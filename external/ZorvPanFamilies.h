@@ -86,6 +86,10 @@ void EnableHrtfFilters(Zorv::Pan* panner, bool enable);
 // catches.
 bool LoadFromFile(Zorv::Pan* panner, char const* path);
 bool LoadCompensationFilters(Zorv::Pan* panner, char const* path);
+// True, once, when the HRTF set in use was made at another rate than the one
+// the panner runs at (and is not resampled to it): its cues are then shifted
+// by the ratio of the rates. Both rates in hertz.
+bool TakeSampleRateNotice(Zorv::Pan* panner, unsigned int& setRate, unsigned int& runningRate);
 // The report of a filter set, one console line each, every line led by the
 // label ("Hrtf : owner : ...", in the order and forms the object posts);
 // false when the panner has no such set to report. kind: 0 the HRTF set, 1

@@ -364,14 +364,16 @@ void zorv_pan_update_hrtffile(zorv_pan_signal_t* x) {
   std::string const path = locate(x, x->hrtffile);
   if (path.empty()) return;
   if (path != "kemar" && path.find(".coll") == std::string::npos &&
-      path.find(".hrtf") == std::string::npos && path.find(".shb") == std::string::npos) {
-    object_error(ob, "Can only load from coll or hrtf files");
+      path.find(".hrtf") == std::string::npos && path.find(".shb") == std::string::npos &&
+      path.find(".sofa") == std::string::npos) {
+    object_error(ob, "Can only load from coll, hrtf or sofa files");
     return;
   }
   // File loading is the one place where the host catches.
   try {
     if (families::LoadFromFile(x->panner, path.c_str())) {
       object_post(ob, "Loaded hrtf from %s", path.c_str());
+      zorv_pan_check_hrtf_samplerate(x);
     } else {
       object_error(ob, "Error loading file %s", path.c_str());
       x->hrtffile = gensym("none");
@@ -380,6 +382,15 @@ void zorv_pan_update_hrtffile(zorv_pan_signal_t* x) {
     object_error(ob, "%s", e.what());
   }
   nolarmax::NotifyChange(&x->ob);
+}
+
+void zorv_pan_check_hrtf_samplerate(zorv_pan_signal_t* x) {
+  unsigned int setRate = 0, runningRate = 0;
+  if (!families::TakeSampleRateNotice(x->panner, setRate, runningRate)) return;
+  object_warn(objectOf(x),
+              "the hrtf set is made for %u Hz and runs at %u Hz: its cues are shifted by a factor "
+              "of %.4f",
+              setRate, runningRate, static_cast<double>(runningRate) / setRate);
 }
 
 void zorv_pan_load_nf(zorv_pan_signal_t* x, t_symbol* file) {

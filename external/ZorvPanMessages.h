@@ -27,3 +27,6 @@ void zorv_pan_update_spreadxyz(zorv_pan_signal_t* x, long index, float const* va
 void zorv_pan_update_hrtffile(zorv_pan_signal_t* x);
 void zorv_pan_update_nearfieldhrtffile(zorv_pan_signal_t* x);
 void zorv_pan_hrtfinfo(zorv_pan_signal_t* x);
+// Warns, once after each load or change of rate, when the HRTF set in use is
+// made for another sample rate than the running one.
+void zorv_pan_check_hrtf_samplerate(zorv_pan_signal_t* x);

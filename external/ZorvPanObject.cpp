@@ -226,6 +226,7 @@ void zorv_pan_dsp(zorv_pan_signal_t* x, t_signal** sp, short* count) {
   if (x->panner == nullptr || sp == nullptr || sp[0] == nullptr) return;
   long const n = sp[0]->s_n;
   x->panner->Configure(static_cast<float>(sys_getsr()), static_cast<unsigned int>(n), true);
+  zorv_pan_check_hrtf_samplerate(x);
   for (long i = 0; i < x->numinputs; ++i) {
     x->inputConnected[i] = count[i] != 0 ? 1 : 0;
     x->activeInputs[i] = static_cast<short>(x->inputConnected[i] & x->sourceEnabled[i]);

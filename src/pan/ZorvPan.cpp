@@ -5,6 +5,9 @@
 
 #include "ZorvAmbisonicPanning.h"
 #include "ZorvAngularPanning.h"
+#include "ZorvBinauralPanningDirect.h"
+#include "ZorvBinauralPanningIACC.h"
+#include "ZorvBinauralPanningITD.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
 #include "ZorvHOA2DPanning.h"
@@ -111,13 +114,13 @@ Pan* notBuiltYet(unsigned int, unsigned int) {
 Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type type,
                    Pan::SubType subtype) {
   if (subtype == Pan::Diffuse) {
-    if (type == Pan::Binaural) return notBuiltYet(numInputs, numOutputs);  // BinauralPanningIACC
+    if (type == Pan::Binaural) return BinauralPanningIACC::Create(numInputs, numOutputs);
     return ReverbPanning::Create(numInputs, numOutputs);
   }
   if (type == Pan::Binaural) {
     switch (subtype) {
       case Pan::Early:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningITD
+        return BinauralPanningITD::Create(numInputs, numOutputs);
       case Pan::Nearfield:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningNearfield
       case Pan::SphericalHarmonics:
@@ -129,7 +132,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::Continuous:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningContinuous
       default:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningDirect
+        return BinauralPanningDirect::Create(numInputs, numOutputs);
     }
   }
   switch (type) {

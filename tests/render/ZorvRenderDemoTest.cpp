@@ -87,5 +87,37 @@ TEST(ProgressBarTest, ShowsPositionElapsedTimeAndSpeed) {
             "[##############################] 100%  0.0 / 0.0 s");
 }
 
+// On headphones the source passes in front, on both sides, behind and above,
+// in small steps, one metre away.
+TEST(DemoTest, TheHeadphoneScoreVisitsFrontSidesBackAndTop) {
+  EXPECT_TRUE(IsHeadphonesBox("@numinputs 1 @numoutputs 2 @type binaural"));
+  EXPECT_TRUE(IsHeadphonesBox("@type binaural @subtype direct"));
+  EXPECT_FALSE(IsHeadphonesBox("@numinputs 1 @numoutputs 8 @type vbap2d"));
+  EXPECT_FALSE(IsHeadphonesBox("@type binaurals"));
+  std::istringstream text(DemoHeadphonesScoreText());
+  Score const score = Score::Parse(text, "demo score");
+  ASSERT_GT(score.Entries().size(), 200u);
+  bool front = false, right = false, back = false, left = false, top = false;
+  double px = 0., py = 1., pz = 0.;
+  for (size_t i = 1; i < score.Entries().size(); ++i) {
+    auto const& entry = score.Entries()[i];
+    EXPECT_LT(entry.seconds, DemoHeadphonesSeconds);
+    std::istringstream words(entry.message);
+    std::string selector;
+    double x = 0., y = 0., z = 0.;
+    words >> selector >> x >> y >> z;
+    ASSERT_EQ(selector, "sourcespositions") << entry.message;
+    EXPECT_NEAR(std::sqrt(x * x + y * y + z * z), 1., 1e-5);
+    EXPECT_LT(std::sqrt((x - px) * (x - px) + (y - py) * (y - py) + (z - pz) * (z - pz)), 0.1);
+    px = x, py = y, pz = z;
+    front = front || y > 0.99;
+    right = right || x > 0.99;
+    back = back || y < -0.99;
+    left = left || x < -0.99;
+    top = top || z > 0.99;
+  }
+  EXPECT_TRUE(front && right && back && left && top);
+}
+
 }  // namespace
 }  // namespace zorvrender

@@ -141,7 +141,8 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
       scoreReader = std::make_unique<ScoreReader>(options.score, interrupted);
     }
   } else if (options.demo) {
-    scoreReader = std::make_unique<ScoreReader>(DemoScoreText(), "demo score");
+    scoreReader = std::make_unique<ScoreReader>(
+        IsHeadphonesBox(boxText) ? DemoHeadphonesScoreText() : DemoScoreText(), "demo score");
   }
 
   std::vector<std::unique_ptr<InputFile>> files;
@@ -159,7 +160,8 @@ int run(RenderOptions const& options, ObjectFactory const& factory, Console& con
     sources.push_back(file.get());
   }
   if (options.demo) {
-    ownedSources.push_back(std::make_unique<DemoSource>(samplerate));
+    ownedSources.push_back(std::make_unique<DemoSource>(
+        samplerate, IsHeadphonesBox(boxText) ? DemoHeadphonesSeconds : DemoSeconds));
     sources.push_back(ownedSources.back().get());
   }
 

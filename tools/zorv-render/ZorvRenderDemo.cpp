@@ -91,4 +91,42 @@ std::string DemoScoreText(double seconds) {
   return text;
 }
 
+std::string DemoHeadphonesScoreText(double seconds) {
+  std::string text =
+      "# The built-in demonstration on headphones: one source circling the\n"
+      "# listener, clockwise from the front, then rising from the front over the\n"
+      "# head to the back, one metre away.\n"
+      "0 interpolationtime 50\n";
+  constexpr double step = 0.05;
+  double const circle = seconds * 2. / 3.;
+  long long const steps = static_cast<long long>(std::floor(seconds / step + 1e-9));
+  for (long long i = 0; i < steps; ++i) {
+    double const t = static_cast<double>(i) * step;
+    double x = 0., y = 0., z = 0.;
+    if (t < circle) {
+      double const azimuth = 2. * pi * t / circle;
+      x = std::sin(azimuth);
+      y = std::cos(azimuth);
+    } else {
+      // Along the median plane: in front, above, behind.
+      double const elevation = pi * (t - circle) / (seconds - circle);
+      y = std::cos(elevation);
+      z = std::sin(elevation);
+    }
+    char line[112];
+    std::snprintf(line, sizeof(line), "%.2f sourcespositions %.6f %.6f %.6f\n", t, x, y, z);
+    text += line;
+  }
+  return text;
+}
+
+bool IsHeadphonesBox(std::string const& box) {
+  std::size_t const at = box.find("@type binaural");
+  if (at == std::string::npos) {
+    return false;
+  }
+  std::size_t const end = at + std::string("@type binaural").size();
+  return end == box.size() || box[end] == ' ';
+}
+
 }  // namespace zorvrender

@@ -36,4 +36,14 @@ class DemoSource final : public Source {
 // one inlet.
 std::string DemoScoreText(double seconds = DemoSeconds);
 
+// The demonstration on headphones is longer: once around the listener as
+// above, then from the front up over the head to the back, so that the front,
+// the sides, the back and the top are all heard.
+constexpr double DemoHeadphonesSeconds = 12.;
+std::string DemoHeadphonesScoreText(double seconds = DemoHeadphonesSeconds);
+
+// True for a box that renders to headphones ("@type binaural"): the demo then
+// takes the headphone score.
+bool IsHeadphonesBox(std::string const& normalisedBoxText);
+
 }  // namespace zorvrender
