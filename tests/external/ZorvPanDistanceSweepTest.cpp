@@ -67,6 +67,18 @@ Sweep const sweeps[] = {
     // The diffuse mix of one input: entries of +-0.5 / sqrt(M) on M outputs.
     {"@type vbap @subtype diffuse @numoutputs 8", 0.25},
     {"@type nfchoa3d @subtype diffuse @numoutputs 5", 0.25},
+    // Subwoofers: a low pass of gain 1 at DC (to within 0.005 dB as designed
+    // in float), then the ring law over the subwoofers, or the one channel of
+    // the sum.
+    {"@type subwoofers @numoutputs 4", 1.001},
+    {"@type subwoofers @numoutputs 1", 1.001},
+    // Headphones: these renderers have no distance law, so a source keeps its
+    // direction's level at any distance. The built-in set passes at most
+    // about 1.22 of the power of a constant (a source at the side); the
+    // interaural-delay renderer's gains 0.7071 +- w, |w| <= 0.35, at most
+    // 1 + 2 * 0.35^2.
+    {"@type binaural @numoutputs 2", 1.25},
+    {"@type binaural @subtype early @numoutputs 2", 1.245},
 };
 
 // Drives one object with a constant 1 on its single inlet.
