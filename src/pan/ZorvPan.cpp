@@ -8,6 +8,7 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
+#include "ZorvBinauralPanningSphericalHeadModel.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
 #include "ZorvHOA2DPanning.h"
@@ -123,7 +124,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::SphericalHarmonics:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHarmonics
       case Pan::SphericalHeadModel:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHeadModel
+        return BinauralPanningSphericalHeadModel::Create(numInputs, numOutputs);
       case Pan::SnowmanModel:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSnowmanModel
       case Pan::Continuous:
