@@ -8,6 +8,7 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
+#include "ZorvBinauralPanningSnowmanModel.h"
 #include "ZorvBinauralPanningSphericalHeadModel.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
@@ -126,7 +127,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::SphericalHeadModel:
         return BinauralPanningSphericalHeadModel::Create(numInputs, numOutputs);
       case Pan::SnowmanModel:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSnowmanModel
+        return BinauralPanningSnowmanModel::Create(numInputs, numOutputs);
       case Pan::Continuous:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningContinuous
       default:
