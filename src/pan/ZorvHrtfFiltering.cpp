@@ -31,7 +31,10 @@ HrtfFiltering::HrtfFiltering(BinauralPanning::HRTFFilterType type, bool needToPr
       needToProcessITD(needToProcessITD_),
       crossFadeTime(DefaultCrossFadeTime),
       crossFadeType("linear"),
-      firImplementation(nolardsp::Filter::TimeDomain) {
+      firImplementation(nolardsp::Filter::TimeDomain),
+      delayTarget(0.f),
+      delayGlide(DefaultDelayInterpolationTime),
+      delayRequests(0u) {
   delay.SetInterpolationMode(DefaultInterpolationModeForDelayLines);
   delay.SetInterpolationTime(DefaultDelayInterpolationTime);
   makeFilter();
@@ -91,11 +94,24 @@ void HrtfFiltering::SetCoefficients(float const* values, bool immediately) {
 void HrtfFiltering::SetDelay(float milliseconds, bool immediately) {
   if (filterType != BinauralPanning::BiquadFiltering) return;
   if (!std::isfinite(milliseconds)) milliseconds = 0.f;
-  delay.SetDelay(std::min(std::max(milliseconds, 0.f), maxEarDelay), immediately);
+  delayTarget.store(std::min(std::max(milliseconds, 0.f), maxEarDelay), std::memory_order_relaxed);
+  delayRequests.fetch_or(delayPending | (immediately ? delayJump : 0u), std::memory_order_release);
 }
 
 void HrtfFiltering::SetInterpolationTime(float milliseconds) {
-  if (filterType == BinauralPanning::BiquadFiltering) delay.SetInterpolationTime(milliseconds);
+  if (filterType != BinauralPanning::BiquadFiltering) return;
+  delayGlide.store(milliseconds, std::memory_order_relaxed);
+  delayRequests.fetch_or(glidePending, std::memory_order_release);
+}
+
+void HrtfFiltering::takeDelayRequests() {
+  unsigned int const r = delayRequests.exchange(0u, std::memory_order_acquire);
+  if (r == 0u) return;
+  if ((r & glidePending) != 0u)
+    delay.SetInterpolationTime(delayGlide.load(std::memory_order_relaxed));
+  if ((r & delayPending) != 0u) {
+    delay.SetDelay(delayTarget.load(std::memory_order_relaxed), (r & delayJump) != 0u);
+  }
 }
 
 void HrtfFiltering::SetCrossFadeTime(float milliseconds) {
@@ -122,6 +138,7 @@ void HrtfFiltering::SetSamplerate(float rate) {
   if (!(rate > 0.f) || !std::isfinite(rate)) return;
   samplerate = rate;
   if (filterType == BinauralPanning::BiquadFiltering) {
+    takeDelayRequests();
     delay.SetSamplerate(rate);
     if (biquadFilter) biquadFilter->SetSamplerate(rate);
   } else if (filterType == BinauralPanning::FirFiltering && firFilter) {
@@ -159,6 +176,7 @@ void HrtfFiltering::run(float* output, float const* input, unsigned long n, bool
         biquadFilter->ProcessBlock(output, in, n, adding);
         return;
       }
+      takeDelayRequests();
       // The block is cut to what the delay's run holds.
       unsigned long const room = delayedInput.size();
       for (unsigned long done = 0; done < n;) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -73,10 +74,13 @@ class HrtfFiltering : public nolardsp::SignalProcessing {
 
   unsigned int GetNumCascades() const { return numCascades; }
   unsigned int GetFilterOrder() const { return filterOrder; }
+  // The line as it stands; a delay asked for is in it after the next block.
   nolardsp::Delay const& GetDelay() const { return delay; }
 
  private:
   void run(float* output, float const* input, unsigned long numSamples, bool adding);
+  // Audio thread, at the head of a block: the delay and glide asked for since.
+  void takeDelayRequests();
   void makeFilter();
 
   BinauralPanning::HRTFFilterType filterType;
@@ -90,6 +94,14 @@ class HrtfFiltering : public nolardsp::SignalProcessing {
   float crossFadeTime;
   std::string crossFadeType;
   nolardsp::Filter::FIRImplementation firImplementation;
+  // A new delay (and glide time) from a message thread, taken up by the
+  // audio thread at the head of its next block; the latest wins.
+  static constexpr unsigned int delayPending = 1u;
+  static constexpr unsigned int delayJump = 2u;
+  static constexpr unsigned int glidePending = 4u;
+  std::atomic<float> delayTarget;
+  std::atomic<float> delayGlide;
+  std::atomic<unsigned int> delayRequests;
 };
 
 }  // namespace Zorv

@@ -253,3 +253,38 @@ TEST_F(RenderEndToEndFailureTest, UsageMistakesAndBadScoresStopBeforeAnythingIsW
 }
 
 }  // namespace
+
+// The headphone demo at blocks of 1 and 16 (where every fade of 5 ms is a
+// whole number of blocks) sounds as at 512, to its last second: no fade is
+// left hanging and no block is left unwritten.
+TEST_F(RenderEndToEndFailureTest, TheHeadphoneDemoSoundsAlikeAtEveryBlockSize) {
+#ifdef ZORV_RENDER_BINARY
+  std::vector<std::vector<double>> levels;
+  for (unsigned int block : {512u, 16u, 1u}) {
+    std::string const out = dir / ("demo" + std::to_string(block) + ".wav");
+    Outcome const outcome =
+        runRender(dir, {"-q", "--strict", "--demo", "-d", "4", "-b", std::to_string(block), "-o",
+                        out, "@numinputs 1 @numoutputs 2 @type binaural"});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    Audio const audio = zorvrendertest::ReadAudio(out);
+    ASSERT_EQ(audio.channels.size(), 2u);
+    std::vector<double> level;
+    for (auto const& channel : audio.channels) {
+      for (std::size_t second = 0; second + 1 <= channel.size() / 48000; ++second) {
+        double sum = 0.;
+        for (std::size_t k = second * 48000; k < (second + 1) * 48000; ++k) {
+          ASSERT_TRUE(std::isfinite(channel[k]));
+          sum += double(channel[k]) * channel[k];
+        }
+        level.push_back(std::sqrt(sum / 48000.));
+      }
+    }
+    levels.push_back(level);
+  }
+  for (std::size_t i = 0; i < levels[0].size(); ++i) {
+    EXPECT_GT(levels[0][i], 0.03) << i;
+    EXPECT_NEAR(levels[1][i], levels[0][i], 0.01 * levels[0][i]) << i;
+    EXPECT_NEAR(levels[2][i], levels[0][i], 0.01 * levels[0][i]) << i;
+  }
+#endif
+}
