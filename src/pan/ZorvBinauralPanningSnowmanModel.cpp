@@ -73,6 +73,19 @@ CartesianVector perpendicular(CartesianVector const& u, CartesianVector const& d
   return CartesianVector(0.f, L2, 0.f);
 }
 
+unsigned int const directPending = 1u;
+unsigned int const reflectedPending = 2u;
+unsigned int const gainsPending = 4u;
+unsigned int const jump = 8u;
+unsigned int const glidePending = 16u;
+// Within the lines' 300 ms, so that no delay asks a line to grow while blocks
+// run.
+float const maxEarDelay = 290.f;
+float earDelay(float milliseconds) {
+  if (!std::isfinite(milliseconds)) return 0.f;
+  return std::min(std::max(milliseconds, 0.f), maxEarDelay);
+}
+
 float clampHeadRadius(float r) {
   if (!(r >= BinauralPanningSnowmanModel::MinHeadRadius)) {
     return BinauralPanningSnowmanModel::MinHeadRadius;
@@ -94,7 +107,13 @@ BinauralPanningSnowmanModel::SnowmanProcessing::SnowmanProcessing()
       torsoFilter(1),
       headFilter(1),
       shadowed(false),
-      reflectionCoefficient(DefaultTorsoReflectionCoefficient) {
+      reflectionCoefficient(DefaultTorsoReflectionCoefficient),
+      directTarget(0.f),
+      reflectedTarget(0.f),
+      directGainTarget(1.f),
+      reflectedGainTarget(0.f),
+      glide(DefaultInterpolationTime),
+      requests(0u) {
   for (nolardsp::Delay* d : {&reflectedDelay, &directDelay}) {
     d->SetInterpolationMode(nolardsp::Delay::InterpolationAllpass);
     d->SetInterpolationTime(DefaultInterpolationTime);
@@ -114,6 +133,7 @@ void BinauralPanningSnowmanModel::SnowmanProcessing::Configure(float samplerate,
   for (FadedIIRFilter* f : {&reflectedFilter, &torsoFilter, &headFilter}) {
     f->Configure(samplerate, maxBlockSize, true);
   }
+  TakeRequests();
   directGain.SetSamplerate(samplerate);
   reflectedGain.SetSamplerate(samplerate);
   for (std::vector<float>* v : {&directBuffer, &reflectedBuffer, &directGains, &reflectedGains}) {
@@ -122,10 +142,31 @@ void BinauralPanningSnowmanModel::SnowmanProcessing::Configure(float samplerate,
 }
 
 void BinauralPanningSnowmanModel::SnowmanProcessing::SetInterpolationTime(float milliseconds) {
-  reflectedDelay.SetInterpolationTime(milliseconds);
-  directDelay.SetInterpolationTime(milliseconds);
-  directGain.SetTimeConstant(milliseconds);
-  reflectedGain.SetTimeConstant(milliseconds);
+  glide.store(milliseconds, std::memory_order_relaxed);
+  requests.fetch_or(glidePending, std::memory_order_release);
+}
+
+void BinauralPanningSnowmanModel::SnowmanProcessing::TakeRequests() {
+  unsigned int const r = requests.exchange(0u, std::memory_order_acquire);
+  if (r == 0u) return;
+  bool const immediately = (r & jump) != 0u;
+  if ((r & glidePending) != 0u) {
+    float const ms = glide.load(std::memory_order_relaxed);
+    reflectedDelay.SetInterpolationTime(ms);
+    directDelay.SetInterpolationTime(ms);
+    directGain.SetTimeConstant(ms);
+    reflectedGain.SetTimeConstant(ms);
+  }
+  if ((r & directPending) != 0u) {
+    directDelay.SetDelay(directTarget.load(std::memory_order_relaxed), immediately);
+  }
+  if ((r & reflectedPending) != 0u) {
+    reflectedDelay.SetDelay(reflectedTarget.load(std::memory_order_relaxed), immediately);
+  }
+  if ((r & gainsPending) != 0u) {
+    directGain.SetValue(directGainTarget.load(std::memory_order_relaxed), immediately);
+    reflectedGain.SetValue(reflectedGainTarget.load(std::memory_order_relaxed), immediately);
+  }
 }
 
 void BinauralPanningSnowmanModel::SnowmanProcessing::SetCrossFadeTime(float milliseconds) {
@@ -215,10 +256,14 @@ void BinauralPanningSnowmanModel::SnowmanProcessing::ApplyModel(
     torsoFilter.SetCoefficients(coefficients, immediately);
     SphereShadowFilter::Coefficients(wH, headAngle, coefficients);
     headFilter.SetCoefficients(coefficients, immediately);
-    directDelay.SetDelay(Tau(torsoAngle, R), immediately);
+    directTarget.store(earDelay(Tau(torsoAngle, R)), std::memory_order_relaxed);
     // The reflected path runs on unheard, as it stands.
-    directGain.SetValue(1.f, immediately);
-    reflectedGain.SetValue(0.f, immediately);
+    directGainTarget.store(1.f, std::memory_order_relaxed);
+    reflectedGainTarget.store(0.f, std::memory_order_relaxed);
+    requests.fetch_or(directPending | gainsPending | (immediately ? jump : 0u),
+                      std::memory_order_release);
+    // At once, like the filters' immediate sets: on the set-up path.
+    if (immediately) TakeRequests();
     return;
   }
   float directAngle = 0.f, reflectedAngle = 0.f, reflectionDelay = 0.f;
@@ -228,19 +273,24 @@ void BinauralPanningSnowmanModel::SnowmanProcessing::ApplyModel(
   headFilter.SetCoefficients(coefficients, immediately);
   SphereShadowFilter::Neutral(coefficients);
   torsoFilter.SetCoefficients(coefficients, immediately);
-  directDelay.SetDelay(Tau(directAngle, a), immediately);
+  directTarget.store(earDelay(Tau(directAngle, a)), std::memory_order_relaxed);
   // The reflected wave meets the head, yet its shelf has the torso's corner.
   SphereShadowFilter::Coefficients(wT, reflectedAngle, coefficients);
   reflectedFilter.SetCoefficients(coefficients, immediately);
-  reflectedDelay.SetDelay(Tau(reflectedAngle, R) + reflectionDelay, immediately);
+  reflectedTarget.store(earDelay(Tau(reflectedAngle, R) + reflectionDelay),
+                        std::memory_order_relaxed);
   float const norm = 1.f / (1.f + reflectionCoefficient);
-  directGain.SetValue(norm, immediately);
-  reflectedGain.SetValue(reflectionCoefficient * norm, immediately);
+  directGainTarget.store(norm, std::memory_order_relaxed);
+  reflectedGainTarget.store(reflectionCoefficient * norm, std::memory_order_relaxed);
+  requests.fetch_or(directPending | reflectedPending | gainsPending | (immediately ? jump : 0u),
+                    std::memory_order_release);
+  if (immediately) TakeRequests();
 }
 
 void BinauralPanningSnowmanModel::SnowmanProcessing::Process(float* out, float const* in,
                                                              unsigned long numSamples,
                                                              bool adding) {
+  TakeRequests();
   int const m = static_cast<int>(numSamples);
   float* direct = directBuffer.data();
   float* reflected = reflectedBuffer.data();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -39,7 +40,10 @@ class BinauralPanningSnowmanModel : public BinauralPanning {
   static float const DefaultInterpolationTime;           // 30 ms
 
   // One ear: the direct path (delay, torso filter, head filter) and the
-  // reflected path (delay, filter), mixed by two gain ramps.
+  // reflected path (delay, filter), mixed by two gain ramps. Delays, gains
+  // and glide times are asked for on the message thread and taken by the
+  // audio thread at the head of its next block; the filters hand over by
+  // their own pending sets.
   class SnowmanProcessing {
    public:
     SnowmanProcessing();
@@ -48,7 +52,7 @@ class BinauralPanningSnowmanModel : public BinauralPanning {
     void SetInterpolationTime(float milliseconds);
     void SetCrossFadeTime(float milliseconds);
     void Clear();
-    // Limited to 0 .. 1; heard at the next ApplyModel.
+    // Limited by the panner to 0 .. 1; heard at the next ApplyModel.
     void SetReflectionCoefficient(float c) { reflectionCoefficient = c; }
 
     // Sets delays, filters and the mix for a source at `source` (relative to
@@ -58,6 +62,8 @@ class BinauralPanningSnowmanModel : public BinauralPanning {
                     float headRadius, float samplerate, bool immediately);
     // One block, at most the maximum block size. out may not be in.
     void Process(float* out, float const* in, unsigned long numSamples, bool adding);
+    // What was asked for since the last block (audio thread or set-up path).
+    void TakeRequests();
 
     // The path round the torso to an ear it hides the source from: angles
     // of the wave on the head at the tangent point, of the source at the ear,
@@ -102,6 +108,12 @@ class BinauralPanningSnowmanModel : public BinauralPanning {
     nolardsp::Ramp reflectedGain;
     std::vector<float> directGains;
     std::vector<float> reflectedGains;
+    std::atomic<float> directTarget;
+    std::atomic<float> reflectedTarget;
+    std::atomic<float> directGainTarget;
+    std::atomic<float> reflectedGainTarget;
+    std::atomic<float> glide;
+    std::atomic<unsigned int> requests;
   };
 
   struct DelayAndFilterVoice {

@@ -36,11 +36,46 @@ nolardsp::CartesianVector finitePosition(nolardsp::CartesianVector p) {
 
 }  // namespace
 
+namespace {
+unsigned int const delayPending = 1u;
+unsigned int const delayJump = 2u;
+unsigned int const glidePending = 4u;
+// Within the line's 300 ms, so that no delay asks the line to grow while
+// blocks run.
+float const maxEarDelay = 290.f;
+}  // namespace
+
 BinauralPanningSphericalHeadModel::Ear::Ear()
     : delay(nolardsp::Delay::DefaultDelayLineLength, nolardsp::Delay::DefaultInterpolationMode),
-      filter(1) {
+      filter(1),
+      delayTarget(0.f),
+      delayGlide(DefaultInterpolationTime),
+      requests(0u) {
   delay.SetInterpolationMode(nolardsp::Delay::InterpolationAllpass);
   delay.SetInterpolationTime(DefaultInterpolationTime);
+}
+
+void BinauralPanningSphericalHeadModel::Ear::AskDelay(float milliseconds, bool immediately) {
+  if (!std::isfinite(milliseconds)) milliseconds = 0.f;
+  delayTarget.store(std::min(std::max(milliseconds, 0.f), maxEarDelay), std::memory_order_relaxed);
+  requests.fetch_or(delayPending | (immediately ? delayJump : 0u), std::memory_order_release);
+  // At once, like the filters' immediate sets: on the set-up path.
+  if (immediately) TakeRequests();
+}
+
+void BinauralPanningSphericalHeadModel::Ear::AskGlide(float milliseconds) {
+  delayGlide.store(milliseconds, std::memory_order_relaxed);
+  requests.fetch_or(glidePending, std::memory_order_release);
+}
+
+void BinauralPanningSphericalHeadModel::Ear::TakeRequests() {
+  unsigned int const r = requests.exchange(0u, std::memory_order_acquire);
+  if (r == 0u) return;
+  if ((r & glidePending) != 0u)
+    delay.SetInterpolationTime(delayGlide.load(std::memory_order_relaxed));
+  if ((r & delayPending) != 0u) {
+    delay.SetDelay(delayTarget.load(std::memory_order_relaxed), (r & delayJump) != 0u);
+  }
 }
 
 Pan* BinauralPanningSphericalHeadModel::Create(unsigned int numInputs, unsigned int numOutputs) {
@@ -70,6 +105,7 @@ BinauralPanningSphericalHeadModel::~BinauralPanningSphericalHeadModel() = defaul
 void BinauralPanningSphericalHeadModel::setUpEar(Ear& ear) {
   ear.delay.Configure(samplerate, static_cast<unsigned int>(maxBlockSize), true);
   ear.delay.SetInterpolationTime(interpolationTime);
+  ear.delayGlide.store(interpolationTime, std::memory_order_relaxed);
   ear.filter.Configure(samplerate, static_cast<unsigned int>(maxBlockSize), true);
   ear.filter.SetCrossFadeTime(crossFadeTime);
   ear.filter.SetCrossFadeType(crossFadeType);
@@ -92,8 +128,8 @@ void BinauralPanningSphericalHeadModel::SetNumInputs(unsigned int n) {
 void BinauralPanningSphericalHeadModel::SetInterpolationTime(float milliseconds) {
   interpolationTime = milliseconds;
   for (auto& v : voices) {
-    v->left.delay.SetInterpolationTime(milliseconds);
-    v->right.delay.SetInterpolationTime(milliseconds);
+    v->left.AskGlide(milliseconds);
+    v->right.AskGlide(milliseconds);
   }
 }
 
@@ -122,6 +158,7 @@ void BinauralPanningSphericalHeadModel::SetSamplerate(float rate) {
   samplePeriod = 1.f / rate;
   for (auto& v : voices) {
     for (Ear* e : {&v->left, &v->right}) {
+      e->TakeRequests();
       e->delay.SetSamplerate(rate);
       e->filter.SetSamplerate(rate);
     }
@@ -180,8 +217,8 @@ void BinauralPanningSphericalHeadModel::setSourceRelativePosition(
   float left = 0.f;
   float right = 0.f;
   ComputeMonauralDelays(type, p, 0.f, headRadius, left, right);
-  v.left.delay.SetDelay(left, immediately);
-  v.right.delay.SetDelay(right, immediately);
+  v.left.AskDelay(left, immediately);
+  v.right.AskDelay(right, immediately);
 
   float const w = samplePeriod * headCutoff;
   float c[4];
@@ -194,6 +231,8 @@ void BinauralPanningSphericalHeadModel::setSourceRelativePosition(
 void BinauralPanningSphericalHeadModel::run(DelayAndFilterVoice& v, float* left, float* right,
                                             float const* in, unsigned long numSamples,
                                             bool adding) {
+  v.left.TakeRequests();
+  v.right.TakeRequests();
   unsigned long const room = std::min(v.left.work.size(), v.right.work.size());
   for (unsigned long done = 0; done < numSamples;) {
     unsigned long const n = std::min(room, numSamples - done);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -27,11 +28,22 @@ class BinauralPanningSphericalHeadModel : public BinauralPanning {
   static float const MaxHeadRadius;
   static float const DefaultInterpolationTime;  // 30 ms
 
+  // One ear's chain. The delay is asked for on the message thread and taken
+  // by the audio thread at the head of its next block, whole; asked for
+  // immediately it is set at once, on the set-up path.
   struct Ear {
     Ear();
+    void AskDelay(float milliseconds, bool immediately);
+    void AskGlide(float milliseconds);
+    // Audio thread (or set-up path).
+    void TakeRequests();
+
     nolardsp::Delay delay;
     FadedIIRFilter filter;
     std::vector<float> work;
+    std::atomic<float> delayTarget;
+    std::atomic<float> delayGlide;
+    std::atomic<unsigned int> requests;
   };
   struct DelayAndFilterVoice {
     Ear left;

@@ -176,6 +176,12 @@ TEST(BinauralPanningSnowmanModel, TheReflectionFadesOutOverTheInterpolationTime)
   EXPECT_NEAR(right.GetReflectedGain().GetCurrentValue(), 0.3f / 1.3f, 1e-6f);
   pan.SetSourcePosition(0, CartesianVector(0.f, 0.f, -1.f), false);
   EXPECT_TRUE(right.IsShadowed());
+  // The block after the change starts the ramps.
+  std::vector<float> in(64, 0.f), l(64), r(64);
+  float* ins[1] = {in.data()};
+  float* outs[2] = {l.data(), r.data()};
+  short const active[1] = {1};
+  pan.Process(outs, ins, 64, active);
   EXPECT_TRUE(right.GetReflectedGain().IsRunning());
   EXPECT_EQ(right.GetReflectedGain().GetTotalSteps(), 1440);  // 30 ms
   EXPECT_FLOAT_EQ(right.GetReflectedGain().GetTargetValue(), 0.f);
