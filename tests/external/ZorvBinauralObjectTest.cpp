@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <mysofa.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <complex>
@@ -292,7 +293,7 @@ TEST_F(BinauralObjectTest, ListenerYawTurnsTheScene) {
 TEST_F(BinauralObjectTest, SofaAndFirHrtfSetsRenderTheMeasuredResponses) {
   Measurements kemar;
   if (!kemar.ok()) GTEST_SKIP() << "no " << kemarSofa;
-  std::string const converted = ::testing::TempDir() + "kemar-fir.hrtf";
+  std::string const converted = ::testing::TempDir() + std::to_string(getpid()) + "-kemar-fir.hrtf";
   Zorv::HrtfSdifFileWriter::Write(Zorv::Hrtf(kemarSofa, 44100), converted, "zorv-hrtf");
   for (std::string const& file : {std::string(kemarSofa), converted}) {
     auto pan = make("@numinputs 1 @numoutputs 2 @type binaural");
@@ -320,7 +321,7 @@ TEST_F(BinauralObjectTest, SofaAndFirHrtfSetsRenderTheMeasuredResponses) {
 }
 
 TEST_F(BinauralObjectTest, LoadRefusesWhatTheRendererCannotUse) {
-  std::string const dir = ::testing::TempDir();
+  std::string const dir = ::testing::TempDir() + std::to_string(getpid()) + "-";
   std::string const shb = dir + "basis.shb", wav = dir + "voice.wav";
   for (std::string const& f : {shb, wav}) std::ofstream(f) << "not a set\n";
   auto pan = make("@numinputs 1 @numoutputs 2 @type binaural");
@@ -363,7 +364,8 @@ TEST_F(BinauralObjectTest, InfoAndTheRateOfTheSet) {
   EXPECT_EQ(texts(Severity::Warning), std::vector<std::string>{"no hrtf info available"});
 
   // A .coll file of the 44.1 kHz table, played at 48 kHz.
-  std::string const coll = ::testing::TempDir() + "set-KEMAR-44100.coll";
+  std::string const coll =
+      ::testing::TempDir() + std::to_string(getpid()) + "-set-KEMAR-44100.coll";
   {
     std::ofstream f(coll);
     for (int row = 0; row < 710; ++row) {

@@ -2,6 +2,7 @@
 // the real-time rules of its block routine.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cmath>
@@ -38,9 +39,15 @@ CartesianVector onCircle(double azimuthRadians, double radius = 1.) {
                          static_cast<float>(radius * std::cos(azimuthRadians)), 0.f);
 }
 
+// A file of this process in the temporary folder: builds of several kinds
+// may run their tests at the same time.
+std::string tempPath(std::string const& name) {
+  return ::testing::TempDir() + std::to_string(getpid()) + "-" + name;
+}
+
 // The built-in table as a .coll file, its rate in the name.
 std::string writeColl(std::string const& name) {
-  std::string const path = ::testing::TempDir() + name;
+  std::string const path = tempPath(name);
   std::FILE* f = std::fopen(path.c_str(), "w");
   for (int row = 0; row < 710; ++row) {
     std::fprintf(f, "%d,", row + 1);
@@ -221,8 +228,8 @@ TEST(BinauralPanningDirect, ProcessAllocatesNothing) {
 // is finite, and the sets in turn are those loaded.
 TEST(BinauralPanningDirect, LoadingWhileBlocksRunIsSafe) {
   std::string const coll = writeColl("binaural-load-44100.coll");
-  std::string const biquads = ::testing::TempDir() + "binaural-load-biquads.hrtf";
-  std::string const fir = ::testing::TempDir() + "binaural-load-fir.hrtf";
+  std::string const biquads = tempPath("binaural-load-biquads.hrtf");
+  std::string const fir = tempPath("binaural-load-fir.hrtf");
   Zorv::HrtfSdifFileWriter::Write(Zorv::Hrtf("", 44100), biquads, "test");
   std::vector<std::string> paths = {"kemar", coll, biquads};
   if (exists(kemarSofa)) {
@@ -254,7 +261,12 @@ TEST(BinauralPanningDirect, LoadingWhileBlocksRunIsSafe) {
   for (int round = 0; round < 3; ++round) {
     for (std::string const& p : paths) {
       if (round > 0 && p == kemarSofa) continue;
-      ASSERT_TRUE(pan.LoadFromFile(p.c_str())) << p;
+      bool loaded = false;
+      try {
+        loaded = pan.LoadFromFile(p.c_str());
+      } catch (nolardsp::Exception const&) {
+      }
+      EXPECT_TRUE(loaded) << p;
       for (int k = 0; k < 20; ++k) {
         pan.SetSourcePosition(k % 4, onCircle(k * 0.9 + round, 1.5), false);
       }
