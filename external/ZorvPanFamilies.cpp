@@ -3,6 +3,7 @@
 #include "NolarSphericalHarmonic.h"
 #include "ZorvBinauralPanning.h"
 #include "ZorvBinauralPanningDirect.h"
+#include "ZorvBinauralPanningSnowmanModel.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
 #include "ZorvHrtfHeaderInfos.h"
@@ -96,11 +97,14 @@ bool GetHoaInfos(Zorv::Pan* panner, HoaInfos& infos) {
 void UseHighPassFilters(Zorv::Pan*, bool) {}
 void SetSpeakerRadius(Zorv::Pan*, float) {}
 
-// BinauralPanning and its renderers; the nearfield, spherical-harmonics and
-// snowman renderers are not built yet.
+// BinauralPanning and its renderers; the nearfield and spherical-harmonics
+// renderers are not built yet.
 namespace {
 Zorv::BinauralPanning* binaural(Zorv::Pan* panner) {
   return dynamic_cast<Zorv::BinauralPanning*>(panner);
+}
+Zorv::BinauralPanningSnowmanModel* snowman(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::BinauralPanningSnowmanModel*>(panner);
 }
 }  // namespace
 
@@ -113,8 +117,8 @@ bool IsBinauralNearfield(Zorv::Pan*) {
 bool IsBinauralSphericalHarmonics(Zorv::Pan*) {
   return false;
 }
-bool IsBinauralSnowman(Zorv::Pan*) {
-  return false;
+bool IsBinauralSnowman(Zorv::Pan* panner) {
+  return snowman(panner) != nullptr;
 }
 void SetListenerPosition(Zorv::Pan* panner, nolardsp::CartesianVector const& position) {
   if (auto* p = binaural(panner)) p->SetListenerPosition(position);
@@ -140,9 +144,15 @@ char const* SetITDType(Zorv::Pan* panner, char const* name) {
 void SetListenerHeadRadius(Zorv::Pan* panner, float metres) {
   if (auto* p = binaural(panner)) p->SetListenerHeadRadius(metres);
 }
-void SetListenerTorsoRadius(Zorv::Pan*, float) {}
-void SetListenerNeckHeight(Zorv::Pan*, float) {}
-void SetTorsoReflectionCoefficient(Zorv::Pan*, float) {}
+void SetListenerTorsoRadius(Zorv::Pan* panner, float metres) {
+  if (auto* p = snowman(panner)) p->SetListenerTorsoRadius(metres);
+}
+void SetListenerNeckHeight(Zorv::Pan* panner, float metres) {
+  if (auto* p = snowman(panner)) p->SetListenerNeckHeight(metres);
+}
+void SetTorsoReflectionCoefficient(Zorv::Pan* panner, float c) {
+  if (auto* p = snowman(panner)) p->SetTorsoReflectionCoefficient(c);
+}
 void SetMinimumRadiusAroundListener(Zorv::Pan*, float) {}
 void EnableDistanceAttenuation(Zorv::Pan*, bool) {}
 void EnableCrossEarsHrtfSelection(Zorv::Pan*, bool) {}

@@ -8,6 +8,8 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
+#include "ZorvBinauralPanningSnowmanModel.h"
+#include "ZorvBinauralPanningSphericalHeadModel.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
 #include "ZorvHOA2DPanning.h"
@@ -126,9 +128,9 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::SphericalHarmonics:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHarmonics
       case Pan::SphericalHeadModel:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHeadModel
+        return BinauralPanningSphericalHeadModel::Create(numInputs, numOutputs);
       case Pan::SnowmanModel:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSnowmanModel
+        return BinauralPanningSnowmanModel::Create(numInputs, numOutputs);
       case Pan::Continuous:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningContinuous
       default:

@@ -168,11 +168,15 @@ std::string randomMessage(std::mt19937& rng) {
 }
 
 // Feeds 100 000 random messages to one object of each box that can be
-// built, four messages a block. A box is a type name, optionally followed by
-// more of the box's text ("panr @numoutputs 5", "vbap @subtype diffuse");
-// without an output count the first count the method serves is taken.
-// Returns how many boxes ran.
-int feedRandomMessages(std::vector<std::string> const& boxes) {
+// built, four messages a block; every 16th message is the next of `chosen`,
+// in turn. A box is a type name, optionally followed by more of the box's
+// text ("panr @numoutputs 5", "vbap @subtype diffuse"); without an output
+// count the first count the method serves is taken. With `memoryBlocks` the
+// bound of a sample takes the largest input of that many blocks before it
+// too, for renderers whose delays let the output follow the input by up to
+// that long. Returns how many boxes ran.
+int feedRandomMessages(std::vector<std::string> const& boxes,
+                       std::vector<std::string> const& chosen = {}, int memoryBlocks = 0) {
   // Some panners echo settings on the error stream; a hundred thousand
   // messages would drown the test's own output.
   std::streambuf* const errorStream = std::cerr.rdbuf(nullptr);
@@ -210,9 +214,11 @@ int feedRandomMessages(std::vector<std::string> const& boxes) {
     float const gain = largestGain(law);
     int const numMessages = 100000;
     std::vector<std::string> recent;
+    std::vector<float> history;
     double widening = 1.0;
     for (int m = 0; m < numMessages; ++m) {
-      std::string const message = randomMessage(rng);
+      std::string const message =
+          !chosen.empty() && m % 16 == 15 ? chosen[(m / 16) % chosen.size()] : randomMessage(rng);
       object->SendMessage(message);
       recent.push_back(message);
       if (recent.size() > 40) recent.erase(recent.begin());
@@ -227,6 +233,14 @@ int feedRandomMessages(std::vector<std::string> const& boxes) {
           in[i][k] = signal(rng);
           peak[k] += std::fabs(in[i][k]);
         }
+      }
+      if (memoryBlocks > 0) {
+        float loudest = 0.f;
+        for (float v : peak) loudest = std::max(loudest, v);
+        history.push_back(loudest);
+        if (static_cast<int>(history.size()) > memoryBlocks) history.erase(history.begin());
+        for (float v : history) loudest = std::max(loudest, v);
+        for (float& v : peak) v = loudest;
       }
       object->ProcessBlock(inPointers.data(), outPointers.data());
       for (unsigned int j = 0; j < numOutputs; ++j) {
@@ -284,5 +298,39 @@ INSTANTIATE_TEST_SUITE_P(
                       "hoa3d @subtype diffuse @numoutputs 5", "panr @subtype diffuse",
                       "nfchoa3d @subtype diffuse @numoutputs 3"),
     boxName);
+
+// The head models: sources at the centre of the head, at an ear, inside the
+// torso and far beyond any float's square, between every listener setting at
+// its limits. A head of the largest radius delays by up to 76 ms, and a delay
+// that glides fast over such lengths overshoots the input several times: the
+// bound holds against the input of the last 0.4 s.
+TEST(PanMessagesProperty, HeadModelsKeepOutputsFiniteAndBoundedAtEveryLimit) {
+  std::vector<std::string> const chosen = {"source 1 xyz 0 0 0",
+                                           "headradius 0",
+                                           "source 2 xyz 0.0875 0 0",
+                                           "torsoradius 0",
+                                           "source 3 xyz 0 0 -0.3",
+                                           "neckheight 0",
+                                           "source 1 xyz 1e30 -1e30 1",
+                                           "torsoradius 1e30",
+                                           "source 2 xyz -0.01 0 0",
+                                           "headradius 1e30",
+                                           "torsoreflection 1",
+                                           "source 3 xyz 0 0 0",
+                                           "neckheight 1e30",
+                                           "torsoreflection 0",
+                                           "headradius -5",
+                                           "torsoradius 0.3095",
+                                           "itdtype NoITD",
+                                           "source 1 xyz 0 0 -1e38",
+                                           "itdtype measurement",
+                                           "torsoreflection -1",
+                                           "itdtype miller",
+                                           "headradius 0.0875",
+                                           "source 2 aed 90 -60 0.5"};
+  EXPECT_EQ(feedRandomMessages(
+                {"binaural @subtype sphericalheadmodel", "binaural @subtype snowman"}, chosen, 300),
+            2);
+}
 
 }  // namespace
