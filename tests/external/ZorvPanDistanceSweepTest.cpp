@@ -79,6 +79,11 @@ Sweep const sweeps[] = {
     // 1 + 2 * 0.35^2.
     {"@type binaural @numoutputs 2", 1.25},
     {"@type binaural @subtype early @numoutputs 2", 1.245},
+    // The head models pass a constant whole to each ear (their shadow filters
+    // are shelves of gain 1 at DC, and the snowman's torso reflection takes
+    // its share from the direct sound).
+    {"@type binaural @subtype sphericalheadmodel @numoutputs 2", 2.0},
+    {"@type binaural @subtype snowman @numoutputs 2", 2.0},
 };
 
 // Drives one object with a constant 1 on its single inlet.
