@@ -9,6 +9,8 @@
 #include "ZorvDbapPanning3D.h"
 #include "ZorvHOA2DPanning.h"
 #include "ZorvHOA3DPanning.h"
+#include "ZorvNFCHOAPanning2D.h"
+#include "ZorvNFCHOAPanning3D.h"
 #include "ZorvNullPanning.h"
 #include "ZorvStereoABPanning.h"
 #include "ZorvStereoMSPanning.h"
@@ -157,9 +159,9 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::VDbap:
       return VDbapPanning::Create(numInputs, numOutputs);
     case Pan::NFCHOA2D:
-      return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning2D
+      return NFCHOAPanning2D::Create(numInputs, numOutputs);
     case Pan::NFCHOA3D:
-      return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning3D
+      return NFCHOAPanning3D::Create(numInputs, numOutputs);
     case Pan::Subwoofers:
       return notBuiltYet(numInputs, numOutputs);  // SubwoofersPanning
     default:

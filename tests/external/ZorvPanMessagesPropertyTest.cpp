@@ -36,8 +36,18 @@ using zorvhost::PanObject;
 //   barycenter, with no clamp; that factor is at most 1 plus the largest
 //   distance from B to a hull vertex. That depends on the layout, so the
 //   caller widens the bound with layoutBound.
+// - "nfchoa2d" and "nfchoa3d" filter each degree: a close source gains up to
+//   NFCHOAFilterModeling::MaxLowFrequencyGain (1e6) at low frequencies, times
+//   an encoding gain below 2 at these orders, times at most 2 for the part of
+//   the impulse response that overshoots its DC gain. Having memory, their
+//   bound is taken on the largest input seen so far, not on the sample's own.
+bool hasMemory(std::string const& type) {
+  return type == "nfchoa2d" || type == "nfchoa3d";
+}
+
 float largestGain(std::string const& type) {
   if (type == "vbip") return 70711.f;
+  if (hasMemory(type)) return 4e6f;
   for (char const* unit : {"vbap2d", "vbap", "dbap", "dbap3d", "vdbap"}) {
     if (type == unit) return 1.f;
   }
@@ -209,6 +219,7 @@ int feedRandomMessages(std::vector<std::string> const& types) {
           peak[k] += std::fabs(in[i][k]);
         }
       }
+      if (hasMemory(type)) std::fill(peak.begin(), peak.end(), static_cast<float>(numInputs));
       object->ProcessBlock(inPointers.data(), outPointers.data());
       for (unsigned int j = 0; j < numOutputs; ++j) {
         for (unsigned int k = 0; k < n; ++k) {
