@@ -23,6 +23,7 @@ NFCHOAPanningOneSource::NFCHOAPanningOneSource(unsigned int order_, unsigned int
       outputsAtOffset(numOutputs, nullptr),
       allActive(order_ + 1, 1),
       useHighPass(false),
+      highPassRan(false),
       hasPosition(false) {
   for (unsigned int l = 0; l <= order; ++l) degrees[l] = degreeBuffer[l].data();
   matrix->SetGains(0.f);
@@ -61,6 +62,8 @@ void NFCHOAPanningOneSource::ProcessAdding(float** outputs, float const* input, 
   unsigned long const piece = inputBuffer.size();
   float* in = inputBuffer.data();
   bool const highPass = useHighPass.load(std::memory_order_relaxed);
+  if (highPass && !highPassRan) highPassBank->Clear();
+  highPassRan = highPass;
   for (unsigned long offset = 0; offset < n; offset += piece) {
     unsigned long const m = std::min(piece, n - offset);
     nolardsp::Mul(in, input + offset, 0.25f, m);

@@ -78,6 +78,9 @@ class NFCHOAPanningOneSource : public nolardsp::SignalProcessing {
   std::vector<float*> outputsAtOffset;
   std::vector<short> allActive;
   std::atomic<bool> useHighPass;
+  // Audio thread: the high-pass ran in the last block. Switched on again, it
+  // starts from rest rather than from the memory of its last use.
+  bool highPassRan;
   bool hasPosition;
   nolardsp::CartesianVector position;
 };
