@@ -7,6 +7,7 @@
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
 #include "ZorvHrtfHeaderInfos.h"
+#include "ZorvNFCHOAPanning.h"
 #include "ZorvRecursivePanning.h"
 #include "ZorvSubwoofersPanning.h"
 #include "ZorvVDbapPanning.h"
@@ -65,37 +66,53 @@ void SetCutOffFrequency(Zorv::Pan* panner, float hertz) {
   if (auto* p = dynamic_cast<Zorv::SubwoofersPanning*>(panner)) p->SetCutOffFrequency(hertz);
 }
 
-// HOAPanning; NFCHOAPanning is not built yet.
+// HOAPanning and NFCHOAPanning: the same conventions, on either class.
 bool IsHoa(Zorv::Pan* panner) {
   return dynamic_cast<Zorv::HOAPanning*>(panner) != nullptr;
 }
-bool IsNfcHoa(Zorv::Pan*) {
-  return false;
+bool IsNfcHoa(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::NFCHOAPanning*>(panner) != nullptr;
 }
 char const* SetEncodingNormalization(Zorv::Pan* panner, char const* name) {
+  if (auto* nfc = dynamic_cast<Zorv::NFCHOAPanning*>(panner)) {
+    nfc->SetEncodingNormalization(name);
+    return nolardsp::SphericalHarmonic::GetNormalizationName(nfc->GetEncodingNormalization());
+  }
   auto* p = dynamic_cast<Zorv::HOAPanning*>(panner);
   if (p == nullptr) return name;
   p->SetEncodingNormalization(name);
   return nolardsp::SphericalHarmonic::GetNormalizationName(p->GetEncodingNormalization());
 }
 char const* SetSorting(Zorv::Pan* panner, char const* name) {
+  if (auto* nfc = dynamic_cast<Zorv::NFCHOAPanning*>(panner)) {
+    nfc->SetSorting(name);
+    return nolardsp::SphericalHarmonic::GetSortingName(nfc->GetSorting());
+  }
   auto* p = dynamic_cast<Zorv::HOAPanning*>(panner);
   if (p == nullptr) return name;
   p->SetSorting(name);
   return nolardsp::SphericalHarmonic::GetSortingName(p->GetSorting());
 }
 bool GetHoaInfos(Zorv::Pan* panner, HoaInfos& infos) {
-  auto* p = dynamic_cast<Zorv::HOAPanning*>(panner);
-  if (p == nullptr) return false;
   Zorv::HOAPanning::HOAPannerInfos own;
-  p->GetPannerInfos(own);
+  if (auto* nfc = dynamic_cast<Zorv::NFCHOAPanning*>(panner)) {
+    nfc->GetPannerInfos(own);
+  } else if (auto* p = dynamic_cast<Zorv::HOAPanning*>(panner)) {
+    p->GetPannerInfos(own);
+  } else {
+    return false;
+  }
   infos.order = static_cast<int>(own.order);
   infos.encoding = nolardsp::SphericalHarmonic::GetNormalizationName(own.normalization);
   infos.sorting = nolardsp::SphericalHarmonic::GetSortingName(own.sorting);
   return true;
 }
-void UseHighPassFilters(Zorv::Pan*, bool) {}
-void SetSpeakerRadius(Zorv::Pan*, float) {}
+void UseHighPassFilters(Zorv::Pan* panner, bool use) {
+  if (auto* p = dynamic_cast<Zorv::NFCHOAPanning*>(panner)) p->UseHighPassFilters(use);
+}
+void SetSpeakerRadius(Zorv::Pan* panner, float metres) {
+  if (auto* p = dynamic_cast<Zorv::NFCHOAPanning*>(panner)) p->SetSpeakerRadius(metres);
+}
 
 // BinauralPanning and its renderers; the nearfield and spherical-harmonics
 // renderers are not built yet.

@@ -14,6 +14,8 @@
 #include "ZorvDbapPanning3D.h"
 #include "ZorvHOA2DPanning.h"
 #include "ZorvHOA3DPanning.h"
+#include "ZorvNFCHOAPanning2D.h"
+#include "ZorvNFCHOAPanning3D.h"
 #include "ZorvNullPanning.h"
 #include "ZorvRecursivePanning.h"
 #include "ZorvReverbPanning.h"
@@ -165,9 +167,9 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
     case Pan::VDbap:
       return VDbapPanning::Create(numInputs, numOutputs);
     case Pan::NFCHOA2D:
-      return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning2D
+      return NFCHOAPanning2D::Create(numInputs, numOutputs);
     case Pan::NFCHOA3D:
-      return notBuiltYet(numInputs, numOutputs);  // NFCHOAPanning3D
+      return NFCHOAPanning3D::Create(numInputs, numOutputs);
     case Pan::Subwoofers:
       return SubwoofersPanning::Create(numInputs, numOutputs);
     default:

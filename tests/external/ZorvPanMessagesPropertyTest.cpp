@@ -37,7 +37,17 @@ using zorvhost::PanObject;
 //   by (|B - C| + 1) / (|B - P| + 1), C the hull vertex nearest to it, B the
 //   barycenter, with no clamp; that factor is at most 1 plus the largest
 //   distance from B to a hull vertex.
+// - "nfchoa2d" and "nfchoa3d" filter each degree: a close source gains up to
+//   NFCHOAFilterModeling::MaxLowFrequencyGain (1e6) at low frequencies, times
+//   an encoding gain below 2 at these orders, times at most 2 for the part of
+//   the impulse response that overshoots its DC gain. Having memory, their
+//   bound is taken on the largest input seen so far, not on the sample's own.
+bool hasMemory(std::string const& type) {
+  return type == "nfchoa2d" || type == "nfchoa3d";
+}
+
 float largestGain(std::string const& type) {
+  if (hasMemory(type)) return 4e6f;
   // "diffuse" stands for the diffuse mix of any type: its entries are
   // +-0.5 * N / sqrt(S) with S at least N * N / 4 for three inputs.
   for (char const* unit :
@@ -242,6 +252,7 @@ int feedRandomMessages(std::vector<std::string> const& boxes,
         for (float v : history) loudest = std::max(loudest, v);
         for (float& v : peak) v = loudest;
       }
+      if (hasMemory(type)) std::fill(peak.begin(), peak.end(), static_cast<float>(numInputs));
       object->ProcessBlock(inPointers.data(), outPointers.data());
       for (unsigned int j = 0; j < numOutputs; ++j) {
         for (unsigned int k = 0; k < n; ++k) {
