@@ -5,8 +5,10 @@
 #include <exception>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "NolarException.h"
+#include "ZorvNearfieldSphere48000.h"
 #include "ZorvSdifHrtfUtils.h"
 
 namespace Zorv {
@@ -53,7 +55,31 @@ void NearfieldCompensationFilters::LoadFromNear(char const* path) {
 }
 
 void NearfieldCompensationFilters::LoadDefault() {
-  NOLAR_THROW("invalid file extension kemar");
+  unsigned int const n = nearfield_sphere_48000_coefficients;
+  HrtfHeaderInfos h = header;
+  h.hrtfType = NearfieldCompensationFilter;
+  h.filterType = BiquadCells;
+  h.owner = "zorv";
+  h.subject = "rigid sphere of radius 0.0875 m";
+  h.copyright = "none";
+  h.measurementSet = "point source near a rigid sphere, relative to 2.08 m";
+  h.interpolationSet = "none";
+  h.symmetrization = "true";
+  h.numCoefficients = n;
+  h.numChannels = 2;
+  h.sampleRate = 48000;
+  h.numPoints = nearfield_sphere_48000_rows;
+  std::vector<HrtfPoint> pts(h.numPoints);
+  for (uint32_t k = 0; k < h.numPoints; ++k) {
+    float const* row = nearfield_sphere_48000[k];
+    HrtfPoint& p = pts[k];
+    p.position = nolardsp::CartesianVector(row[0], row[1], row[2]);
+    p.numCoefficients = n;
+    p.numChannels = 2;
+    p.index = k;
+    p.coefficients.assign(row + 3, row + 3 + 2 * n);
+  }
+  install(std::move(h), std::move(pts), "kemar");
 }
 
 float NearfieldCompensationFilters::GetMaxDistance() const {

@@ -503,6 +503,11 @@ TEST_F(BinauralObjectTest, NearfieldLoadsCompensationSetsWithTheObjectsTexts) {
   ASSERT_EQ(texts(Severity::Error).size(), 1u);
   EXPECT_NE(texts(Severity::Error)[0].find(bad), std::string::npos);
   console.clear();
+  pan->SendMessage("loadnf KEMAR");
+  EXPECT_EQ(texts(Severity::Post),
+            std::vector<std::string>{"Loaded nearfield compensation filters from kemar"});
+  pan->SendMessage("loadnf " + good);
+  console.clear();
   pan->SendMessage("loadnf " + dir + "voice.wav");
   EXPECT_EQ(texts(Severity::Error).size(), 1u);
   console.clear();
