@@ -542,6 +542,14 @@ CartesianVector BinauralPanningNearfield::getCrossEarsPosition(CartesianVector c
   return CartesianVector(ear.x + t * d.x, ear.y + t * d.y, ear.z + t * d.z);
 }
 
+CartesianVector BinauralPanningNearfield::onSphere(CartesianVector const& direction) const {
+  float const l = length(direction);
+  if (!(l > 0.f) || !std::isfinite(l)) return sphereCenter;
+  float const s = measurementRadius / l;
+  return CartesianVector(sphereCenter.x + direction.x * s, sphereCenter.y + direction.y * s,
+                         sphereCenter.z + direction.z * s);
+}
+
 void BinauralPanningNearfield::getCrossEarsPositions(CartesianVector const& source,
                                                      CartesianVector& left,
                                                      CartesianVector& right) const {
@@ -599,8 +607,11 @@ void BinauralPanningNearfield::setSourceRelativePosition(unsigned int index,
     float dl = 0.f, dr = 0.f;
     getMonauralDelays(p, hrtf.get(), dl, dr);
     if ((f & DelaysCorrection) != 0u) {
-      float const c = (length(minus(p, lp.position)) - length(minus(p, rp.position))) *
-                      MillisecondsPerMetre * 0.5f;
+      // Each ear's point is taken on the measurement sphere, whatever radius
+      // the set stores its directions at.
+      float const c =
+          (length(minus(p, onSphere(lp.position))) - length(minus(p, onSphere(rp.position)))) *
+          MillisecondsPerMetre * 0.5f;
       float const m = std::fabs(c);
       if (length(p) > measurementRadius) {
         dl += m + c;

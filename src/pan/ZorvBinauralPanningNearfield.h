@@ -170,6 +170,8 @@ class BinauralPanningNearfield : public BinauralPanning {
   unsigned int runningRate() const;
   void updateMinimumRadius();
   void placeEars(float headRadius);
+  // A point's direction at the measurement radius around the sphere's centre.
+  nolardsp::CartesianVector onSphere(nolardsp::CartesianVector const& direction) const;
 
   std::unique_ptr<Hrtf> hrtf;
   std::unique_ptr<NearfieldCompensationFilters> compensationFilters;

@@ -150,10 +150,19 @@ TEST(BinauralPanningNearfield, EachEarTakesThePointItsLineOfSightReaches) {
   double const head = pan->GetListenerHeadRadius();
   std::mt19937 random(7);
   std::uniform_real_distribution<double> u(-1., 1.);
+  std::vector<std::vector<double>> sources;
   for (int trial = 0; trial < 300; ++trial) {
-    double s[3] = {u(random), u(random), u(random)};
     double const scale = (trial % 3 == 0 ? 0.2 : trial % 3 == 1 ? 0.6 : 3.);
-    for (double& c : s) c *= scale;
+    sources.push_back({scale * u(random), scale * u(random), scale * u(random)});
+  }
+  // Horizontal positions typed at exactly the minimum radius: rounding puts
+  // some a hair outside it, where lifting them would take a negative root.
+  for (int a = 0; a < 360; a += 5) {
+    sources.push_back({static_cast<float>(0.2 * std::cos(a * pi / 180.)),
+                       static_cast<float>(0.2 * std::sin(a * pi / 180.)), 0.});
+  }
+  for (std::size_t trial = 0; trial < sources.size(); ++trial) {
+    double s[3] = {sources[trial][0], sources[trial][1], sources[trial][2]};
     pan->SetSourcePosition(0, CartesianVector(s[0], s[1], s[2]), false);
     double const d = std::sqrt(s[0] * s[0] + s[1] * s[1] + s[2] * s[2]);
     if (d <= rmin) s[2] = std::sqrt(std::max(0., rmin * rmin - s[0] * s[0] - s[1] * s[1]));
