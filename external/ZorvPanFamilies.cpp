@@ -97,8 +97,8 @@ bool GetHoaInfos(Zorv::Pan* panner, HoaInfos& infos) {
 void UseHighPassFilters(Zorv::Pan*, bool) {}
 void SetSpeakerRadius(Zorv::Pan*, float) {}
 
-// BinauralPanning and its renderers; the nearfield, spherical-harmonics and
-// snowman renderers are not built yet.
+// BinauralPanning and its renderers; the spherical-harmonics and snowman
+// renderers are not built yet.
 namespace {
 Zorv::BinauralPanning* binaural(Zorv::Pan* panner) {
   return dynamic_cast<Zorv::BinauralPanning*>(panner);

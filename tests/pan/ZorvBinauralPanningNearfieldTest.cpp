@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -388,6 +390,50 @@ TEST(BinauralPanningNearfield, TheBuiltInSetGivesTheSpheresNearFieldLevelDiffere
     EXPECT_NEAR(ild, s[1], 3.) << s[0] << " m";
     std::printf("[ info ] %.2f m: level difference %.2f dB, sphere %.2f dB\n", s[0], ild, s[1]);
   }
+}
+
+}  // namespace
+
+namespace {
+
+// One thread loads HRTF and compensation sets over and over while another
+// runs blocks: every block is finite and the loads all succeed.
+TEST(BinauralPanningNearfield, LoadingWhileBlocksRunIsSafe) {
+  std::string const set = writeGainSet("threads.near", 2.f, 0.5f);
+  BinauralPanningNearfield pan(4, 2);
+  pan.Configure(rate, 64, true);
+  std::atomic<bool> stop(false), allFinite(true);
+  std::atomic<long> blocks(0);
+  std::thread audio([&] {
+    std::vector<float> in(64), l(64), r(64);
+    std::vector<float*> ins(4, in.data());
+    float* outs[] = {l.data(), r.data()};
+    long n = 0;
+    while (!stop.load()) {
+      for (int k = 0; k < 64; ++k) in[k] = std::sin(0.05f * static_cast<float>(n++));
+      pan.Process(outs, ins.data(), 64, nolardsp::allActiveInputs);
+      for (int k = 0; k < 64; ++k) {
+        if (!std::isfinite(l[k]) || !std::isfinite(r[k])) allFinite = false;
+      }
+      ++blocks;
+    }
+  });
+  for (int round = 0; round < 6; ++round) {
+    EXPECT_TRUE(pan.LoadCompensationFilters(round % 2 == 0 ? "kemar" : set.c_str()));
+    EXPECT_TRUE(pan.LoadFromFile("kemar"));
+    for (int k = 0; k < 40; ++k) {
+      float const d = 0.1f + 0.05f * static_cast<float>(k % 30);
+      pan.SetSourcePosition(
+          k % 4, CartesianVector(d * std::sin(k * 0.7f), d * std::cos(k * 0.7f), 0.f), false);
+    }
+    pan.EnableGainsCorrection(round % 2 == 0);
+    pan.SetFilterCrossFadeTime(round % 3 == 0 ? 0.f : 5.f);
+  }
+  stop = true;
+  audio.join();
+  EXPECT_TRUE(allFinite.load());
+  EXPECT_GT(blocks.load(), 0);
+  std::remove(set.c_str());
 }
 
 }  // namespace
