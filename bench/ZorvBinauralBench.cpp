@@ -20,6 +20,7 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
+#include "ZorvBinauralPanningNearfield.h"
 #include "ZorvHrtf.h"
 #include "ZorvPan.h"
 
@@ -121,6 +122,36 @@ void BinauralDirectFir(benchmark::State& state) {
 }
 
 // "early". Args: sources, moving.
+// "nearfield" with the built-in compensation set and per-ear gains, its
+// sources half a metre away; moving ones take a new grid direction every
+// block, so both ears change point and compensation filter.
+void BinauralNearfield(benchmark::State& state) {
+  int const sources = static_cast<int>(state.range(0));
+  bool const moving = state.range(1) != 0;
+  Zorv::BinauralPanningNearfield pan(sources, 2);
+  pan.Configure(rate, block, true);
+  pan.LoadCompensationFilters("kemar");
+  pan.EnableGainsCorrection(true);
+  auto const& grid = gridDirections();
+  auto near = [&grid](std::size_t k) {
+    nolardsp::CartesianVector const& d = grid[k % grid.size()];
+    return nolardsp::CartesianVector(0.5f * d.x, 0.5f * d.y, 0.5f * d.z);
+  };
+  for (int i = 0; i < sources; ++i) pan.SetSourcePosition(i, near(i * 101), true);
+  Signals s(sources);
+  std::size_t step = 0;
+  for (auto _ : state) {
+    if (moving) {
+      ++step;
+      for (int i = 0; i < sources; ++i) pan.SetSourcePosition(i, near(step * 7 + i * 101), false);
+    }
+    pan.Process(s.outs, s.ins.data(), block, nolardsp::allActiveInputs);
+    benchmark::DoNotOptimize(s.left.data());
+    benchmark::ClobberMemory();
+  }
+  reportSourcesPerCore(state, sources);
+}
+
 void BinauralEarly(benchmark::State& state) {
   int const sources = static_cast<int>(state.range(0));
   Zorv::BinauralPanningITD pan(sources, 2);
@@ -205,6 +236,7 @@ void firShapes(benchmark::internal::Benchmark* b) {
 
 BENCHMARK(BinauralDirect)->Apply(sourcesAndMotion);
 BENCHMARK(BinauralDirectFir)->Apply(firShapes);
+BENCHMARK(BinauralNearfield)->Apply(sourcesAndMotion);
 BENCHMARK(BinauralEarly)->Apply(sourcesAndMotion);
 BENCHMARK(BinauralDiffuse);
 BENCHMARK(BinauralBaselineCascades)->ArgName("sources")->Arg(1)->Arg(8)->Arg(64);

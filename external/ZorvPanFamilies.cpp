@@ -3,6 +3,7 @@
 #include "NolarSphericalHarmonic.h"
 #include "ZorvBinauralPanning.h"
 #include "ZorvBinauralPanningDirect.h"
+#include "ZorvBinauralPanningNearfield.h"
 #include "ZorvBinauralPanningSnowmanModel.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
@@ -114,7 +115,7 @@ void SetSpeakerRadius(Zorv::Pan* panner, float metres) {
   if (auto* p = dynamic_cast<Zorv::NFCHOAPanning*>(panner)) p->SetSpeakerRadius(metres);
 }
 
-// BinauralPanning and its renderers; the nearfield and spherical-harmonics
+// BinauralPanning and its renderers; the spherical-harmonics
 // renderers are not built yet.
 namespace {
 Zorv::BinauralPanning* binaural(Zorv::Pan* panner) {
@@ -128,8 +129,14 @@ Zorv::BinauralPanningSnowmanModel* snowman(Zorv::Pan* panner) {
 bool IsBinaural(Zorv::Pan* panner) {
   return binaural(panner) != nullptr;
 }
-bool IsBinauralNearfield(Zorv::Pan*) {
-  return false;
+namespace {
+Zorv::BinauralPanningNearfield* nearfield(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::BinauralPanningNearfield*>(panner);
+}
+}  // namespace
+
+bool IsBinauralNearfield(Zorv::Pan* panner) {
+  return nearfield(panner) != nullptr;
 }
 bool IsBinauralSphericalHarmonics(Zorv::Pan*) {
   return false;
@@ -170,13 +177,27 @@ void SetListenerNeckHeight(Zorv::Pan* panner, float metres) {
 void SetTorsoReflectionCoefficient(Zorv::Pan* panner, float c) {
   if (auto* p = snowman(panner)) p->SetTorsoReflectionCoefficient(c);
 }
-void SetMinimumRadiusAroundListener(Zorv::Pan*, float) {}
-void EnableDistanceAttenuation(Zorv::Pan*, bool) {}
-void EnableCrossEarsHrtfSelection(Zorv::Pan*, bool) {}
-void EnableNearfieldFilters(Zorv::Pan*, bool) {}
-void EnableGainsCorrection(Zorv::Pan*, bool) {}
-void EnableDelaysCorrection(Zorv::Pan*, bool) {}
-void EnableHrtfFilters(Zorv::Pan*, bool) {}
+void SetMinimumRadiusAroundListener(Zorv::Pan* panner, float metres) {
+  if (auto* p = nearfield(panner)) p->SetMinimumRadiusAroundListener(metres);
+}
+void EnableDistanceAttenuation(Zorv::Pan* panner, bool enable) {
+  if (auto* p = nearfield(panner)) p->EnableDistanceAttenuation(enable);
+}
+void EnableCrossEarsHrtfSelection(Zorv::Pan* panner, bool enable) {
+  if (auto* p = nearfield(panner)) p->EnableCrossEarsHrtfSelection(enable);
+}
+void EnableNearfieldFilters(Zorv::Pan* panner, bool enable) {
+  if (auto* p = nearfield(panner)) p->EnableNearfieldFilters(enable);
+}
+void EnableGainsCorrection(Zorv::Pan* panner, bool enable) {
+  if (auto* p = nearfield(panner)) p->EnableGainsCorrection(enable);
+}
+void EnableDelaysCorrection(Zorv::Pan* panner, bool enable) {
+  if (auto* p = nearfield(panner)) p->EnableDelaysCorrection(enable);
+}
+void EnableHrtfFilters(Zorv::Pan* panner, bool enable) {
+  if (auto* p = nearfield(panner)) p->EnableHrtfFilters(enable);
+}
 bool LoadFromFile(Zorv::Pan* panner, char const* path) {
   auto* p = binaural(panner);
   return p != nullptr && p->LoadFromFile(path);
@@ -185,14 +206,17 @@ bool TakeSampleRateNotice(Zorv::Pan* panner, unsigned int& setRate, unsigned int
   auto* p = dynamic_cast<Zorv::BinauralPanningDirect*>(panner);
   return p != nullptr && p->TakeSampleRateNotice(setRate, runningRate);
 }
-bool LoadCompensationFilters(Zorv::Pan*, char const*) {
-  return false;
+bool LoadCompensationFilters(Zorv::Pan* panner, char const* path) {
+  auto* p = nearfield(panner);
+  return p != nullptr && p->LoadCompensationFilters(path);
 }
 bool GetFilterSetReport(Zorv::Pan* panner, int kind, char const* label,
                         std::vector<std::string>& lines) {
   auto* p = binaural(panner);
-  if (p == nullptr || kind != 0) return false;
+  if (p == nullptr || (kind != 0 && kind != 1)) return false;
   Zorv::HrtfHeaderInfos const* h = p->GetHrtfHeaderInfos();
+  if (kind == 1)
+    h = nearfield(panner) != nullptr ? nearfield(panner)->GetCompensationFiltersInfo() : nullptr;
   if (h == nullptr) return false;
   std::string const l = label != nullptr ? label : "";
   auto line = [&lines, &l](char const* name, std::string const& value, char const* tail = "") {

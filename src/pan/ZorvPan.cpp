@@ -8,6 +8,7 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
+#include "ZorvBinauralPanningNearfield.h"
 #include "ZorvBinauralPanningSnowmanModel.h"
 #include "ZorvBinauralPanningSphericalHeadModel.h"
 #include "ZorvDbapPanning2D.h"
@@ -126,7 +127,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::Early:
         return BinauralPanningITD::Create(numInputs, numOutputs);
       case Pan::Nearfield:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningNearfield
+        return BinauralPanningNearfield::Create(numInputs, numOutputs);
       case Pan::SphericalHarmonics:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHarmonics
       case Pan::SphericalHeadModel:

@@ -442,3 +442,92 @@ TEST_F(BinauralObjectTest, EarlyOutputsAreAlwaysWritten) {
 }
 
 }  // namespace
+
+namespace {
+
+class NearSet : public Zorv::HrtfData {
+ public:
+  explicit NearSet(Zorv::HrtfType type) {
+    Zorv::HrtfHeaderInfos h;
+    h.hrtfType = type;
+    h.filterType = Zorv::BiquadCells;
+    h.numChannels = 2;
+    h.numCoefficients = 5;
+    h.sampleRate = 44100;
+    h.owner = "zorv tests";
+    h.numPoints = 4;
+    std::vector<Zorv::HrtfPoint> points(4);
+    for (uint32_t k = 0; k < 4; ++k) {
+      points[k].position = nolardsp::CartesianVector(0.3f * (k % 2 ? 1.f : -1.f), 0.3f, 0.f);
+      points[k].numChannels = 2;
+      points[k].numCoefficients = 5;
+      points[k].index = k;
+      points[k].coefficients = {2.f, 0.f, 0.f, 0.f, 0.f, 0.5f, 0.f, 0.f, 0.f, 0.f};
+    }
+    install(std::move(h), std::move(points), "memory");
+  }
+  void LoadFromFile(char const*) override {}
+};
+
+}  // namespace
+
+// "loadnf": the object's texts for each way a file can fail, the set in use
+// kept, and the compensation set in the "info" report once loaded.
+TEST_F(BinauralObjectTest, NearfieldLoadsCompensationSetsWithTheObjectsTexts) {
+  std::string const dir = ::testing::TempDir() + std::to_string(getpid()) + "-";
+  std::string const good = dir + "good.near", kind = dir + "kind.near", bad = dir + "bad.near";
+  Zorv::HrtfSdifFileWriter::Write(NearSet(Zorv::NearfieldCompensationFilter), good, "test");
+  Zorv::HrtfSdifFileWriter::Write(NearSet(Zorv::Binaural), kind, "test");
+  std::ofstream(bad) << "not a set\n";
+
+  auto direct = make("@numinputs 1 @numoutputs 2 @type binaural");
+  direct->SendMessage("loadnf " + good);
+  EXPECT_EQ(texts(Severity::Error),
+            std::vector<std::string>{"message only supported by binaural nearfield"});
+
+  auto pan = make("@numinputs 1 @numoutputs 2 @type binaural @subtype nearfield");
+  ASSERT_NE(pan, nullptr);
+  EXPECT_EQ(pan->GetAttribute("radius"), std::vector<std::string>{"0.2"});
+  pan->SendMessage("info");
+  EXPECT_EQ(texts(Severity::Error), std::vector<std::string>{"couldnt get hrtf info"});
+  console.clear();
+  pan->SendMessage("loadnf " + good);
+  EXPECT_EQ(texts(Severity::Post),
+            std::vector<std::string>{"Loaded nearfield compensation filters from " + good});
+  console.clear();
+  pan->SendMessage("loadnf " + kind);
+  EXPECT_EQ(texts(Severity::Error),
+            std::vector<std::string>{"Error loading compensation filters from " + kind});
+  console.clear();
+  pan->SendMessage("loadnf " + bad);
+  ASSERT_EQ(texts(Severity::Error).size(), 1u);
+  EXPECT_NE(texts(Severity::Error)[0].find(bad), std::string::npos);
+  console.clear();
+  pan->SendMessage("loadnf KEMAR");
+  EXPECT_EQ(texts(Severity::Post),
+            std::vector<std::string>{"Loaded nearfield compensation filters from kemar"});
+  pan->SendMessage("loadnf " + good);
+  console.clear();
+  pan->SendMessage("loadnf " + dir + "voice.wav");
+  EXPECT_EQ(texts(Severity::Error).size(), 1u);
+  console.clear();
+  pan->SendMessage("info");
+  std::vector<std::string> const posts = texts(Severity::Post);
+  ASSERT_GE(posts.size(), 26u);
+  EXPECT_EQ(posts[13], "Nearfield filter : owner : zorv tests ");
+  EXPECT_EQ(posts[16], "Nearfield filter : hrtf type : NearfieldCompensationFilter");
+  EXPECT_EQ(posts[25], "Nearfield filter : points : 4");
+  // The attributes reach the renderer and every output stays finite.
+  for (char const* m :
+       {"radius 0", "gainscorrection 1", "delayscorrection 1", "crossearselection 0",
+        "hrtffilters 0", "nfcompensationfilters 0", "distanceattenuation 0", "headradius 0.5",
+        "source 1 xyz 0 0 0", "source 1 xyz 0.5 0 0"}) {
+    pan->SendMessage(m);
+  }
+  EXPECT_EQ(pan->GetAttribute("radius"), std::vector<std::string>{"0.2"});
+  Pair const p = impulse(*pan, 44100.);
+  for (std::size_t k = 0; k < p.left.size(); ++k) {
+    ASSERT_TRUE(std::isfinite(p.left[k]) && std::isfinite(p.right[k]));
+  }
+  for (std::string const& f : {good, kind, bad}) std::remove(f.c_str());
+}

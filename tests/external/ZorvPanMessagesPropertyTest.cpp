@@ -54,6 +54,9 @@ float largestGain(std::string const& type) {
        {"vbap2d", "vbap", "vbip", "dbap", "dbap3d", "vdbap", "panr", "diffuse"}) {
     if (type == unit) return 1.f;
   }
+  // The near-field renderer raises a source up to 10.4 times (2.08 m over the
+  // minimum radius) before the filters.
+  if (type == "nearfield") return 1040.f;
   return 100.f;
 }
 
@@ -194,7 +197,9 @@ int feedRandomMessages(std::vector<std::string> const& boxes,
   for (std::string const& box : boxes) {
     std::string const type = box.substr(0, box.find(' '));
     std::string const rest = box.size() > type.size() ? box.substr(type.size()) : std::string();
-    std::string const law = rest.find("diffuse") != std::string::npos ? "diffuse" : type;
+    std::string const law = rest.find("diffuse") != std::string::npos     ? "diffuse"
+                            : rest.find("nearfield") != std::string::npos ? "nearfield"
+                                                                          : type;
     unsigned int const numInputs = 3;
     long lines = 0;
     // The first output count the method serves: an array, a pair, a
@@ -301,13 +306,13 @@ TEST_P(PanMessagesProperty, RandomMessagesWhileRunningKeepOutputsFiniteAndBounde
 // the diffuse mix under several type names.
 INSTANTIATE_TEST_SUITE_P(
     Types, PanMessagesProperty,
-    ::testing::Values("vbap2d", "vbap", "vbip", "dbap", "dbap3d", "vdbap", "binaural", "xy", "ms",
-                      "ab", "surround", "panr @numoutputs 4", "panr @numoutputs 5",
-                      "panr @numoutputs 6", "panr @numoutputs 7", "panr @numoutputs 8",
-                      "panr @numoutputs 12", "angular", "bformat", "hoa2d", "hoa3d", "nfchoa2d",
-                      "nfchoa3d", "subwoofers", "vbap @subtype diffuse",
-                      "hoa3d @subtype diffuse @numoutputs 5", "panr @subtype diffuse",
-                      "nfchoa3d @subtype diffuse @numoutputs 3"),
+    ::testing::Values("vbap2d", "vbap", "vbip", "dbap", "dbap3d", "vdbap", "binaural",
+                      "binaural @subtype nearfield", "xy", "ms", "ab", "surround",
+                      "panr @numoutputs 4", "panr @numoutputs 5", "panr @numoutputs 6",
+                      "panr @numoutputs 7", "panr @numoutputs 8", "panr @numoutputs 12", "angular",
+                      "bformat", "hoa2d", "hoa3d", "nfchoa2d", "nfchoa3d", "subwoofers",
+                      "vbap @subtype diffuse", "hoa3d @subtype diffuse @numoutputs 5",
+                      "panr @subtype diffuse", "nfchoa3d @subtype diffuse @numoutputs 3"),
     boxName);
 
 // The head models: sources at the centre of the head, at an ear, inside the
