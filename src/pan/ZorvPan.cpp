@@ -5,6 +5,7 @@
 
 #include "ZorvAmbisonicPanning.h"
 #include "ZorvAngularPanning.h"
+#include "ZorvBinauralPanningContinuous.h"
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
@@ -130,7 +131,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::SnowmanModel:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSnowmanModel
       case Pan::Continuous:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningContinuous
+        return BinauralPanningContinuous::Create(numInputs, numOutputs);
       default:
         return BinauralPanningDirect::Create(numInputs, numOutputs);
     }
