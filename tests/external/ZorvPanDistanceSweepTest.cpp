@@ -79,6 +79,9 @@ Sweep const sweeps[] = {
     // 1 + 2 * 0.35^2.
     {"@type binaural @numoutputs 2", 1.25},
     {"@type binaural @subtype early @numoutputs 2", 1.245},
+    // The continuous renderer's pair of gains sums to at most 1.1 (one
+    // speaker at 1, the quiet one held at 0.1): 1.1^2 times the set's 1.22.
+    {"@type binaural @subtype continuous @numoutputs 2", 1.48},
 };
 
 // Drives one object with a constant 1 on its single inlet.
