@@ -3,6 +3,7 @@
 #include "NolarSphericalHarmonic.h"
 #include "ZorvBinauralPanning.h"
 #include "ZorvBinauralPanningDirect.h"
+#include "ZorvBinauralPanningSphericalHarmonics.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
 #include "ZorvHrtfHeaderInfos.h"
@@ -110,8 +111,8 @@ bool IsBinaural(Zorv::Pan* panner) {
 bool IsBinauralNearfield(Zorv::Pan*) {
   return false;
 }
-bool IsBinauralSphericalHarmonics(Zorv::Pan*) {
-  return false;
+bool IsBinauralSphericalHarmonics(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::BinauralPanningSphericalHarmonics*>(panner) != nullptr;
 }
 bool IsBinauralSnowman(Zorv::Pan*) {
   return false;
@@ -163,6 +164,30 @@ bool LoadCompensationFilters(Zorv::Pan*, char const*) {
 }
 bool GetFilterSetReport(Zorv::Pan* panner, int kind, char const* label,
                         std::vector<std::string>& lines) {
+  if (kind == 2) {
+    auto* sh = dynamic_cast<Zorv::BinauralPanningSphericalHarmonics*>(panner);
+    if (sh == nullptr || !sh->HasData()) return false;
+    Zorv::SphericalHarmonicData::Info const& i = sh->GetSphericalHarmonicInfo();
+    std::string const l = label != nullptr ? label : "";
+    auto line = [&lines, &l](char const* name, std::string const& value) {
+      lines.push_back(l + " : " + name + " : " + value);
+    };
+    line("owner", i.owner);
+    line("subject", i.subject);
+    line("copyright", i.copyright);
+    line("hrtf type", Zorv::GetHrtfTypeName(static_cast<Zorv::HrtfType>(i.hrtfType)));
+    line("filter type",
+         Zorv::GetHrtfFilterTypeName(static_cast<Zorv::HrtfFilterType>(i.filterType)));
+    line("normalization",
+         nolardsp::SphericalHarmonic::GetNormalizationName(
+             static_cast<nolardsp::SphericalHarmonic::Normalization>(i.normalization)));
+    line("maxOrder", std::to_string(i.maxOrder));
+    line("numFrequencyBins", std::to_string(i.numFrequencyBins));
+    line("channels", std::to_string(i.numChannels));
+    line("sampling rate", std::to_string(i.samplingRate));
+    line("points", std::to_string(i.numPoints));
+    return true;
+  }
   auto* p = binaural(panner);
   if (p == nullptr || kind != 0) return false;
   Zorv::HrtfHeaderInfos const* h = p->GetHrtfHeaderInfos();

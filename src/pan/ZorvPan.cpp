@@ -9,6 +9,7 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
+#include "ZorvBinauralPanningSphericalHarmonics.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
 #include "ZorvHOA2DPanning.h"
@@ -125,7 +126,7 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::Nearfield:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningNearfield
       case Pan::SphericalHarmonics:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHarmonics
+        return BinauralPanningSphericalHarmonics::Create(numInputs, numOutputs);
       case Pan::SphericalHeadModel:
         return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHeadModel
       case Pan::SnowmanModel:
