@@ -282,7 +282,8 @@ INSTANTIATE_TEST_SUITE_P(
                       "panr @numoutputs 12", "angular", "bformat", "hoa2d", "hoa3d", "nfchoa2d",
                       "nfchoa3d", "subwoofers", "vbap @subtype diffuse",
                       "hoa3d @subtype diffuse @numoutputs 5", "panr @subtype diffuse",
-                      "nfchoa3d @subtype diffuse @numoutputs 3", "binaural @subtype continuous"),
+                      "nfchoa3d @subtype diffuse @numoutputs 3", "binaural @subtype continuous",
+                      "binaural @subtype sh"),
     boxName);
 
 }  // namespace
