@@ -323,10 +323,15 @@ bool BinauralPanningSphericalHarmonics::ComputeFilters(nolardsp::CartesianVector
     for (std::size_t h = 0; h < harmonics; ++h) {
       float const yr = row[h].re, yi = row[h].im;
       nolardsp::Complex<float> const* b = basis.data() + h * n;
-      for (unsigned int k = 0; k < n; ++k) {
+      for (unsigned int k = 0; k <= n / 2; ++k) {
         spectrum[k].re += yr * b[k].re - yi * b[k].im;
         spectrum[k].im += yr * b[k].im + yi * b[k].re;
       }
+    }
+    // The filter is real: the bins above half are the mirror of those below.
+    for (unsigned int k = 1; k < n / 2; ++k) {
+      spectrum[n - k].re = spectrum[k].re;
+      spectrum[n - k].im = -spectrum[k].im;
     }
     fft->process(spectrum.data(), nolardsp::FftInverse);
     std::vector<float>& taps = ear == 0 ? left : right;
