@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <memory>
 #include <string>
@@ -95,6 +96,17 @@ TEST(BinauralPanningContinuous, EachInstanceHasItsOwnRingOfDistinctAzimuths) {
   EXPECT_TRUE(second.LoadFromFile("kemar"));
   EXPECT_EQ(second.GetNumVirtualSpeakers(), count);
   EXPECT_EQ(first.GetNumVirtualSpeakers(), count);
+  // The measured KEMAR set: an FIR set whose horizontal row has 72 directions.
+  if (std::ifstream("/usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa").good()) {
+    ASSERT_TRUE(second.LoadFromFile("/usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa"));
+    EXPECT_EQ(second.GetFilterType(), Zorv::BinauralPanning::FirFiltering);
+    EXPECT_EQ(second.GetNumVirtualSpeakers(), 72u);
+    Render const r = render(second, 4, 512, 4096);
+    float peak = 0.f;
+    for (float v : r.left) peak = std::max(peak, std::fabs(v));
+    EXPECT_TRUE(std::isfinite(peak));
+    EXPECT_GT(peak, 0.01f);
+  }
 }
 
 // A source that goes once round the head in 10 s: its level (both ears'
