@@ -5,6 +5,7 @@
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningNearfield.h"
 #include "ZorvBinauralPanningSnowmanModel.h"
+#include "ZorvBinauralPanningSphericalHarmonics.h"
 #include "ZorvDbapPanning.h"
 #include "ZorvHOAPanning.h"
 #include "ZorvHrtfHeaderInfos.h"
@@ -15,10 +16,9 @@
 #include "ZorvVbap2DPanning.h"
 #include "ZorvVbapPanning.h"
 
-// Each family not yet part of the build answers false to its check; its
-// operations are reached only after a true check, so their bodies stay empty
-// until the class exists. Wiring a class in means: its check becomes a
-// dynamic_cast, each of its operations a call through that cast.
+// The one place where the host object meets the panners' own classes: each
+// family's check is a dynamic_cast, each of its operations a call through that
+// cast, so that a setter reached on a panner of another class does nothing.
 namespace zorv_pan_families {
 
 bool IsDbap(Zorv::Pan* panner) {
@@ -115,8 +115,7 @@ void SetSpeakerRadius(Zorv::Pan* panner, float metres) {
   if (auto* p = dynamic_cast<Zorv::NFCHOAPanning*>(panner)) p->SetSpeakerRadius(metres);
 }
 
-// BinauralPanning and its renderers; the spherical-harmonics
-// renderers are not built yet.
+// BinauralPanning and its renderers.
 namespace {
 Zorv::BinauralPanning* binaural(Zorv::Pan* panner) {
   return dynamic_cast<Zorv::BinauralPanning*>(panner);
@@ -138,8 +137,8 @@ Zorv::BinauralPanningNearfield* nearfield(Zorv::Pan* panner) {
 bool IsBinauralNearfield(Zorv::Pan* panner) {
   return nearfield(panner) != nullptr;
 }
-bool IsBinauralSphericalHarmonics(Zorv::Pan*) {
-  return false;
+bool IsBinauralSphericalHarmonics(Zorv::Pan* panner) {
+  return dynamic_cast<Zorv::BinauralPanningSphericalHarmonics*>(panner) != nullptr;
 }
 bool IsBinauralSnowman(Zorv::Pan* panner) {
   return snowman(panner) != nullptr;
@@ -212,6 +211,30 @@ bool LoadCompensationFilters(Zorv::Pan* panner, char const* path) {
 }
 bool GetFilterSetReport(Zorv::Pan* panner, int kind, char const* label,
                         std::vector<std::string>& lines) {
+  if (kind == 2) {
+    auto* sh = dynamic_cast<Zorv::BinauralPanningSphericalHarmonics*>(panner);
+    if (sh == nullptr || !sh->HasData()) return false;
+    Zorv::SphericalHarmonicData::Info const& i = sh->GetSphericalHarmonicInfo();
+    std::string const l = label != nullptr ? label : "";
+    auto line = [&lines, &l](char const* name, std::string const& value) {
+      lines.push_back(l + " : " + name + " : " + value);
+    };
+    line("owner", i.owner);
+    line("subject", i.subject);
+    line("copyright", i.copyright);
+    line("hrtf type", Zorv::GetHrtfTypeName(static_cast<Zorv::HrtfType>(i.hrtfType)));
+    line("filter type",
+         Zorv::GetHrtfFilterTypeName(static_cast<Zorv::HrtfFilterType>(i.filterType)));
+    line("normalization",
+         nolardsp::SphericalHarmonic::GetNormalizationName(
+             static_cast<nolardsp::SphericalHarmonic::Normalization>(i.normalization)));
+    line("maxOrder", std::to_string(i.maxOrder));
+    line("numFrequencyBins", std::to_string(i.numFrequencyBins));
+    line("channels", std::to_string(i.numChannels));
+    line("sampling rate", std::to_string(i.samplingRate));
+    line("points", std::to_string(i.numPoints));
+    return true;
+  }
   auto* p = binaural(panner);
   if (p == nullptr || (kind != 0 && kind != 1)) return false;
   Zorv::HrtfHeaderInfos const* h = p->GetHrtfHeaderInfos();

@@ -5,11 +5,13 @@
 
 #include "ZorvAmbisonicPanning.h"
 #include "ZorvAngularPanning.h"
+#include "ZorvBinauralPanningContinuous.h"
 #include "ZorvBinauralPanningDirect.h"
 #include "ZorvBinauralPanningIACC.h"
 #include "ZorvBinauralPanningITD.h"
 #include "ZorvBinauralPanningNearfield.h"
 #include "ZorvBinauralPanningSnowmanModel.h"
+#include "ZorvBinauralPanningSphericalHarmonics.h"
 #include "ZorvBinauralPanningSphericalHeadModel.h"
 #include "ZorvDbapPanning2D.h"
 #include "ZorvDbapPanning3D.h"
@@ -129,13 +131,13 @@ Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type ty
       case Pan::Nearfield:
         return BinauralPanningNearfield::Create(numInputs, numOutputs);
       case Pan::SphericalHarmonics:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningSphericalHarmonics
+        return BinauralPanningSphericalHarmonics::Create(numInputs, numOutputs);
       case Pan::SphericalHeadModel:
         return BinauralPanningSphericalHeadModel::Create(numInputs, numOutputs);
       case Pan::SnowmanModel:
         return BinauralPanningSnowmanModel::Create(numInputs, numOutputs);
       case Pan::Continuous:
-        return notBuiltYet(numInputs, numOutputs);  // BinauralPanningContinuous
+        return BinauralPanningContinuous::Create(numInputs, numOutputs);
       default:
         return BinauralPanningDirect::Create(numInputs, numOutputs);
     }

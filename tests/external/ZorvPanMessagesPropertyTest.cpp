@@ -312,7 +312,8 @@ INSTANTIATE_TEST_SUITE_P(
                       "panr @numoutputs 7", "panr @numoutputs 8", "panr @numoutputs 12", "angular",
                       "bformat", "hoa2d", "hoa3d", "nfchoa2d", "nfchoa3d", "subwoofers",
                       "vbap @subtype diffuse", "hoa3d @subtype diffuse @numoutputs 5",
-                      "panr @subtype diffuse", "nfchoa3d @subtype diffuse @numoutputs 3"),
+                      "panr @subtype diffuse", "nfchoa3d @subtype diffuse @numoutputs 3",
+                      "binaural @subtype continuous", "binaural @subtype sh"),
     boxName);
 
 // The head models: sources at the centre of the head, at an ear, inside the

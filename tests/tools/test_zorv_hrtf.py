@@ -8,6 +8,8 @@
   h5py): the delay moves into the left response (515 taps) and every ITD is
   3 / 44100 s = 0.0680 ms.
 - A file that is not SOFA: exit code 1 and the loader's text.
+- `sh` fits the set on spherical harmonics of order 4 and writes a .shb file: the error
+  where fitted and where left out is printed, and a refused input leaves no file.
 
 Exits 77 (skipped) without the tool, h5py or the measurement file.
 """
@@ -88,6 +90,17 @@ def main():
             f.write("not a SOFA file")
         code, _, err = run("info", bad)
         check(code == 1 and "couldnt read SOFA file" in err, "a file that is not SOFA is refused")
+
+        shb = os.path.join(tmp, "kemar.shb")
+        code, out, err = run("sh", SOFA, shb, "--order", "4", "--holdout", "5")
+        check(code == 0 and os.path.exists(shb), f"sh writes a .shb file ({err.strip()})")
+        check("order 4, 512 bins at 44100 Hz, from 710 directions" in out,
+              f"sh names order, bins, rate and directions ({out.strip()})")
+        check("at the 568 fitted directions" in out and "at the 142 directions left out" in out,
+              "every fifth direction is left out and judged")
+        code, _, err = run("sh", bad, os.path.join(tmp, "bad.shb"))
+        check(code == 1 and not os.path.exists(os.path.join(tmp, "bad.shb")),
+              "a set that cannot be read writes no .shb file")
 
     print(f"{len(failures)} failed")
     return 1 if failures else 0

@@ -2,9 +2,11 @@
 //
 //   zorv-hrtf info FILE [--points]         a .hrtf, .coll or .sofa file, or "kemar"
 //   zorv-hrtf convert IN.sofa OUT.hrtf [--rate HZ]
+//   zorv-hrtf sh IN OUT.shb [--order N] [--lambda L] [--holdout K] [--rate HZ]
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -13,6 +15,8 @@
 #include "ZorvHrtf.h"
 #include "ZorvHrtfSdifFileWriter.h"
 #include "ZorvHrtfSummary.h"
+#include "ZorvSphericalHarmonicFit.h"
+#include "ZorvSphericalHarmonicManager.h"
 
 int main(int argc, char** argv) {
   CLI::App app{"HRTF sets: make .hrtf files from SOFA files, and summarise any set"};
@@ -33,11 +37,46 @@ int main(int argc, char** argv) {
   convert->add_option("hrtf", out, "the .hrtf file to write")->required();
   convert->add_option("--rate", rate, "resample to this rate (default: the file's own)");
 
+  std::string shIn, shOut;
+  unsigned int shOrder = 10, shHoldOut = 10, shRate = 0;
+  double shLambda = 1e-3;
+  CLI::App* sh = app.add_subcommand(
+      "sh",
+      "write a .shb file: the spectra of an FIR set (SOFA first) fitted on spherical harmonics");
+  sh->add_option("set", shIn, "a .sofa file, or a .hrtf file of FIR filters")->required();
+  sh->add_option("shb", shOut, "the .shb file to write")->required();
+  sh->add_option("--order", shOrder, "highest harmonic order (default 10)");
+  sh->add_option("--lambda", shLambda, "regularisation, relative (default 0.001)");
+  sh->add_option("--holdout", shHoldOut,
+                 "every K-th direction is left out of the fit and judged after (0: none)");
+  sh->add_option("--rate", shRate, "resample a SOFA set to this rate (default: its own)");
+
   CLI11_PARSE(app, argc, argv);
   try {
     if (*info) {
       Zorv::Hrtf const set(infoPath.c_str(), infoRate);
       zorvhrtf::PrintSummary(std::cout, infoPath.c_str(), set, listPoints);
+      return 0;
+    }
+    if (*sh) {
+      Zorv::Hrtf const set(shIn.c_str(), shRate);
+      Zorv::SphericalHarmonicFit::Result const r =
+          Zorv::SphericalHarmonicFit::Fit(set, shOrder, shLambda, shHoldOut);
+      Zorv::SphericalHarmonicManager::Write(r.data, shOut);
+      try {
+        Zorv::SphericalHarmonicManager const check(shOut.c_str());
+      } catch (...) {
+        std::remove(shOut.c_str());
+        throw;
+      }
+      std::cout << shOut << ": order " << shOrder << ", " << r.data.info.numFrequencyBins
+                << " bins at " << r.data.info.samplingRate << " Hz, from " << r.data.info.numPoints
+                << " directions\n"
+                << "magnitude error 200 Hz - 16 kHz, at the " << r.fitted.numDirections
+                << " fitted directions: mean " << r.fitted.meanDb << " dB, worst " << r.fitted.maxDb
+                << " dB\n"
+                << "at the " << r.heldOut.numDirections << " directions left out: mean "
+                << r.heldOut.meanDb << " dB, worst " << r.heldOut.maxDb << " dB" << std::endl;
       return 0;
     }
     if (!Zorv::Hrtf::IsHrtfFilePath(in.c_str()) || in.size() < 5 ||
