@@ -110,14 +110,8 @@ Pan* nullPanning() {
   return new NullPanning();
 }
 
-// The methods whose classes are not part of this build yet. Each answers as a
-// method whose construction failed does: with a NullPanning.
-Pan* notBuiltYet(unsigned int, unsigned int) {
-  return nullPanning();
-}
-
-// Every method the system knows, by class. This is the one place where a new
-// panner class is wired in: replace its notBuiltYet by ItsClass::Create.
+// Every method the system knows, by class: the one place where a panner class
+// is wired in.
 Pan* createByClass(unsigned int numInputs, unsigned int numOutputs, Pan::Type type,
                    Pan::SubType subtype) {
   if (subtype == Pan::Diffuse) {
