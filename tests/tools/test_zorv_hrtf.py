@@ -102,6 +102,17 @@ def main():
         check(code == 1 and not os.path.exists(os.path.join(tmp, "bad.shb")),
               "a set that cannot be read writes no .shb file")
 
+        near = os.path.join(tmp, "sphere.near")
+        code, out, err = run("nearfield", near)
+        check(code == 0 and "792 compensation filter pairs" in out,
+              f"nearfield writes the built-in compensation set ({err.strip()})")
+        code, out, err = run("info", near)
+        check(code == 0 and field(out, "points") == "792",
+              f"info reads the .near file back by its own class ({err.strip()})")
+        code, _, err = run("info", os.path.join(tmp, "notes.txt"))
+        check(code == 2 and "is not a .hrtf" in err,
+              "a path that names no set is refused, not shown as the built-in set")
+
     print(f"{len(failures)} failed")
     return 1 if failures else 0
 

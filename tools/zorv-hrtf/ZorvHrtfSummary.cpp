@@ -8,7 +8,7 @@
 
 namespace zorvhrtf {
 
-void PrintSummary(std::ostream& out, char const* path, Zorv::Hrtf const& set, bool listPoints) {
+void PrintSummary(std::ostream& out, char const* path, Zorv::HrtfData const& set, bool listPoints) {
   Zorv::HrtfHeaderInfos const& h = *set.GetHrtfHeaderInfos();
   out << path << "\n"
       << "  owner                  : " << h.owner << "\n"

@@ -1,11 +1,13 @@
 // zorv-hrtf: makes .hrtf files from SOFA files and tells what a set holds.
 //
-//   zorv-hrtf info FILE [--points]         a .hrtf, .coll or .sofa file, or "kemar"
+//   zorv-hrtf info FILE [--points]         a .hrtf, .coll, .sofa or .near file, or "kemar"
 //   zorv-hrtf convert IN.sofa OUT.hrtf [--rate HZ]
 //   zorv-hrtf sh IN OUT.shb [--order N] [--lambda L] [--holdout K] [--rate HZ]
+//   zorv-hrtf nearfield OUT.near           the built-in compensation set, as a file
 
 #include <CLI/CLI.hpp>
 
+#include <cctype>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -15,6 +17,7 @@
 #include "ZorvHrtf.h"
 #include "ZorvHrtfSdifFileWriter.h"
 #include "ZorvHrtfSummary.h"
+#include "ZorvNearfieldCompensationFilters.h"
 #include "ZorvSphericalHarmonicFit.h"
 #include "ZorvSphericalHarmonicManager.h"
 
@@ -25,7 +28,7 @@ int main(int argc, char** argv) {
   std::string infoPath;
   bool listPoints = false;
   unsigned int infoRate = 0;
-  CLI::App* info = app.add_subcommand("info", "summary of a .hrtf, .coll or .sofa file");
+  CLI::App* info = app.add_subcommand("info", "summary of a .hrtf, .coll, .sofa or .near file");
   info->add_option("file", infoPath, "the set (\"kemar\": the built-in one)")->required();
   info->add_flag("--points", listPoints, "list every point");
   info->add_option("--rate", infoRate, "load at this rate (SOFA and the built-in set)");
@@ -51,9 +54,32 @@ int main(int argc, char** argv) {
                  "every K-th direction is left out of the fit and judged after (0: none)");
   sh->add_option("--rate", shRate, "resample a SOFA set to this rate (default: its own)");
 
+  std::string nearOut;
+  CLI::App* nearfield = app.add_subcommand(
+      "nearfield",
+      "write the built-in near-field compensation set (\"loadnf kemar\") as a .near file");
+  nearfield->add_option("near", nearOut, "the .near file to write")->required();
+
   CLI11_PARSE(app, argc, argv);
   try {
     if (*info) {
+      // A compensation set is read by its own class; a path that names no set
+      // at all would otherwise show the built-in HRTF set.
+      std::string const lower = [&] {
+        std::string l = infoPath;
+        for (char& c : l) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return l;
+      }();
+      if (lower.size() > 5 && lower.compare(lower.size() - 5, 5, ".near") == 0) {
+        Zorv::NearfieldCompensationFilters const set(infoPath.c_str());
+        zorvhrtf::PrintSummary(std::cout, infoPath.c_str(), set, listPoints);
+        return 0;
+      }
+      if (lower != "kemar" && !Zorv::Hrtf::IsHrtfFilePath(infoPath.c_str())) {
+        std::cerr << "zorv-hrtf: " << infoPath
+                  << " is not a .hrtf, .coll, .sofa or .near file (nor \"kemar\")" << std::endl;
+        return 2;
+      }
       Zorv::Hrtf const set(infoPath.c_str(), infoRate);
       zorvhrtf::PrintSummary(std::cout, infoPath.c_str(), set, listPoints);
       return 0;
@@ -77,6 +103,24 @@ int main(int argc, char** argv) {
                 << " dB\n"
                 << "at the " << r.heldOut.numDirections << " directions left out: mean "
                 << r.heldOut.meanDb << " dB, worst " << r.heldOut.maxDb << " dB" << std::endl;
+      return 0;
+    }
+    if (*nearfield) {
+      Zorv::NearfieldCompensationFilters const set("kemar");
+      Zorv::HrtfSdifFileWriter::Write(set, nearOut, "zorv-hrtf");
+      // Read back what was written: a file that does not load whole is not
+      // left behind.
+      try {
+        Zorv::NearfieldCompensationFilters const check(nearOut.c_str());
+        if (check.GetNumPoints() != set.GetNumPoints()) {
+          NOLAR_THROW("the written set does not read back whole");
+        }
+      } catch (...) {
+        std::remove(nearOut.c_str());
+        throw;
+      }
+      std::cout << nearOut << ": " << set.GetNumPoints()
+                << " compensation filter pairs (the built-in set)" << std::endl;
       return 0;
     }
     if (!Zorv::Hrtf::IsHrtfFilePath(in.c_str()) || in.size() < 5 ||
